@@ -1,0 +1,73 @@
+# ZKImgSet: the two commands a newcomer needs are `make demo` and `make check`.
+#
+#   make deps    install the Debian packages the build needs (only those missing)
+#   make build   configure and build into build/
+#   make check   deps, build, every test; then every test again under
+#                AddressSanitizer and UndefinedBehaviorSanitizer in build-asan/
+#   make demo    build and run the example host program
+#   make format  clang-format every source file
+#   make fuzz    build the libFuzzer targets with clang into build-fuzz/
+#   make bench   build and run the benchmarks in build-bench/
+#   make clean   remove the build folders
+
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE_ARGS ?=
+
+MAKEFLAGS += --no-print-directory
+
+DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: deps configure build check test asan demo format fuzz bench clean
+
+deps:
+	@missing=""; \
+	for p in $(DEB_PACKAGES); do \
+	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'install ok installed' || missing="$$missing $$p"; \
+	done; \
+	if [ -n "$$missing" ]; then \
+	  echo "make deps: installing$$missing"; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing; \
+	fi
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_ARGS)
+
+configure: deps $(BUILD)/CMakeCache.txt
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+asan: deps
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DZKIMGSET_SANITIZE=ON $(CMAKE_ARGS)
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
+
+check: test asan
+
+demo: build
+	$(BUILD)/bin/zkimgset_hello
+
+format:
+	find include src tests fuzz bench cli data examples -name '*.[ch]' -o -name '*.cpp' -o -name '*.h' \
+	  | xargs clang-format -i
+
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DZKIMGSET_BUILD_FUZZ=ON -DZKIMGSET_BUILD_TESTS=OFF
+	cmake --build build-fuzz -j $(JOBS)
+
+bench: deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DZKIMGSET_BUILD_BENCH=ON \
+	  -DZKIMGSET_BUILD_TESTS=OFF
+	cmake --build build-bench -j $(JOBS)
+	for b in build-bench/bin/zkimgset_bench_*; do $$b; done
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz build-bench

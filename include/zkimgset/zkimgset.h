@@ -1,0 +1,322 @@
+/*
+ * ZKImgSet: image set-up for photographic print production.
+ *
+ * The one public header. Plain C, except the nine table functions that the
+ * library exports under decorated (C++) names: they are declared with C++
+ * linkage below and can be called from C++ only.
+ *
+ * The library keeps process-wide state (loaded colour tables, modes, the last
+ * shooting values and the last analysis) and no export takes a handle. Every
+ * export that returns an int returns one of the zkimgset_status codes.
+ * "Locks" below means the export holds the library lock for its work; the
+ * others touch shared state unguarded, so a host calling them from several
+ * threads serialises those calls itself.
+ */
+#ifndef ZKIMGSET_ZKIMGSET_H
+#define ZKIMGSET_ZKIMGSET_H
+
+#include <stdint.h>
+
+#define ZKIMGSET_VERSION_MAJOR 0
+#define ZKIMGSET_VERSION_MINOR 1
+#define ZKIMGSET_VERSION_PATCH 0
+
+/* ---- Linkage ------------------------------------------------------------ */
+
+#if defined(_WIN32)
+#define ZKIMGSET_CALL __cdecl
+#if defined(ZKIMGSET_BUILDING)
+#define ZKIMGSET_API __declspec(dllexport)
+#else
+#define ZKIMGSET_API __declspec(dllimport)
+#endif
+#else
+#define ZKIMGSET_CALL
+#if defined(ZKIMGSET_BUILDING)
+#define ZKIMGSET_API __attribute__((visibility("default")))
+#else
+#define ZKIMGSET_API
+#endif
+#endif
+
+#if defined(__cplusplus)
+#define ZKIMGSET_SIZE_CHECK(type, size) \
+  static_assert(sizeof(type) == (size), #type " must be " #size " bytes")
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define ZKIMGSET_SIZE_CHECK(type, size) \
+  _Static_assert(sizeof(type) == (size), #type " must be " #size " bytes")
+#else
+#define ZKIMGSET_SIZE_CHECK(type, size) \
+  typedef char zkimgset_size_check_##type[(sizeof(type) == (size)) ? 1 : -1]
+#endif
+
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+#error "ZKImgSet records are little-endian exchange layouts; big-endian hosts are not supported"
+#endif
+
+/* ---- Status codes ------------------------------------------------------- */
+
+enum zkimgset_status {
+  /* A colour table was never loaded (its status before start-up), or
+     Load3dpFile could not open, seek or read its file. */
+  ZKIMGSET_NOT_LOADED = -1,
+  ZKIMGSET_OK = 0,
+  /* GetExifParam/GetExifParamEx succeeded and the file carries the maker's
+     source mark: automatic correction is off for the next set-up. */
+  ZKIMGSET_SOURCE_MARK = 1,
+  /* A null pointer, bits per pixel other than 24 or 32, a layout or mode
+     out of range, a width or height below 1 or above 32767. */
+  ZKIMGSET_BAD_ARGUMENT = 2,
+  /* A buffer could not be allocated, or the library's start-up could not
+     allocate its tables. */
+  ZKIMGSET_OUT_OF_MEMORY = 3,
+  /* Image size outside the accepted range. */
+  ZKIMGSET_BAD_SIZE = 4,
+  /* An Exif file could not be opened or its Exif block not be rebuilt. */
+  ZKIMGSET_FILE_ERROR = 7,
+  /* Bad planar YCbCr descriptor. */
+  ZKIMGSET_BAD_PLANAR = 9,
+  /* The 1-D colour table file is missing or malformed. */
+  ZKIMGSET_TABLE1D_FAILED = 17,
+  /* The 3-D colour table file is missing or malformed. */
+  ZKIMGSET_TABLE3D_FAILED = 18,
+  /* The file holds no readable Exif data. */
+  ZKIMGSET_NO_EXIF = 20,
+  /* Width / height above 20.0 or below 0.05. */
+  ZKIMGSET_BAD_ASPECT = 21,
+  /* The Exif-tag service library is missing or lacks one of its functions. */
+  ZKIMGSET_SERVICE_MISSING = 22,
+  /* The Exif-tag service's automatic set-up returned 1. */
+  ZKIMGSET_SERVICE_REFUSED = 23,
+  /* The Exif-tag service's automatic set-up returned another failure. */
+  ZKIMGSET_SERVICE_FAILED = 24,
+  /* The Exif-tag service could not hand back the corrected image. */
+  ZKIMGSET_SERVICE_NO_RESULT = 25
+};
+
+/* ---- Modes -------------------------------------------------------------- */
+
+/* ColorConvMode bits (SetColorConvMode). The start value is 3. */
+#define ZKIMGSET_CONV_SKIP_3D_TABLE 0x1 /* leave the 3-D table out; no white guard */
+#define ZKIMGSET_CONV_SKIP_1D_TABLE 0x2 /* leave the 1-D table out */
+
+/* setup_mode bits: which analysis stages run. The start value is 0. */
+#define ZKIMGSET_SETUP_BALANCE 0x01         /* colour balance */
+#define ZKIMGSET_SETUP_SATURATION 0x02      /* full saturation (with 0x40) */
+#define ZKIMGSET_SETUP_STATISTICS 0x04      /* cleared by the statistics stage */
+#define ZKIMGSET_SETUP_SIMPLE_DENSITY 0x08  /* density from the mean */
+#define ZKIMGSET_SETUP_GROUP_DENSITY 0x10   /* density from groups */
+#define ZKIMGSET_SETUP_HALVE 0x20           /* halve every correction */
+#define ZKIMGSET_SETUP_SATURATION_KEEP 0x40 /* full saturation (with 0x02) */
+#define ZKIMGSET_SETUP_SMALL_IMAGE 0x80     /* set for images of at most 640 pixels */
+#define ZKIMGSET_SETUP_FULL 0xDF            /* the full analysis */
+
+/* ---- Records ------------------------------------------------------------ */
+/* Packed little-endian exchange layouts; their sizes are checked below. */
+
+#pragma pack(push, 1)
+
+#if !(defined(_WIN32) && defined(_WINDEF_))
+/* A rectangle with inclusive right and bottom: a whole picture of w x h
+   pixels is (0, 0, w - 1, h - 1). Windows' own RECT is the same layout. */
+typedef struct tagRECT {
+  int32_t left;
+  int32_t top;
+  int32_t right;
+  int32_t bottom;
+} tagRECT;
+#endif
+
+#define ZKIMGSET_THUMB_WIDTH 128
+#define ZKIMGSET_THUMB_HEIGHT 92
+#define ZKIMGSET_THUMB_PIXELS (ZKIMGSET_THUMB_WIDTH * ZKIMGSET_THUMB_HEIGHT)
+
+/* The result of the automatic set-up analysis. */
+typedef struct AutoSetupParam {
+  uint8_t tone[256];     /* gradation: output level for each input level */
+  int16_t cr_ofs;        /* colour-balance offset, red-difference axis */
+  int16_t cb_ofs;        /* colour-balance offset, blue-difference axis */
+  int16_t sat_coef[100]; /* saturation coefficients */
+} AutoSetupParam;
+
+/* The analysis thumbnail: four 128 x 92 planes, row 0 first, always
+   landscape. Plane 0 is the averaged luminance yy; planes 1 to 3 hold the
+   red, green and blue samples, and after the statistics Cr + 128, Y and
+   Cb + 128. */
+typedef struct _ThumbnailData {
+  uint8_t plane[4][ZKIMGSET_THUMB_PIXELS];
+} _ThumbnailData;
+
+/* Shooting conditions read from a camera file's Exif IFD. Absent fields are
+   0, except Flash, which is 255 (unknown). The field order is the host's
+   exchange order, not the order of the tag numbers. */
+typedef struct ExifParam {
+  uint16_t CustomRendered; /* 0xA401 */
+  uint16_t reserved0;
+  int32_t BrightnessValue_num; /* 0x9203, SRATIONAL */
+  int32_t BrightnessValue_den;
+  uint16_t LightSource;          /* 0x9208 */
+  uint16_t Flash;                /* 0x9209; 255 when absent */
+  uint16_t ExposureMode;         /* 0xA402 */
+  uint16_t WhiteBalance;         /* 0xA403 */
+  uint32_t DigitalZoomRatio_num; /* 0xA404, RATIONAL */
+  uint32_t DigitalZoomRatio_den;
+  uint16_t SceneCaptureType;      /* 0xA406 */
+  uint16_t Sharpness;             /* 0xA40A */
+  uint16_t FocalLengthIn35mmFilm; /* 0xA405 */
+  uint16_t SubjectDistanceRange;  /* 0xA40C */
+  uint16_t Contrast;              /* 0xA408 */
+  uint16_t Saturation;            /* 0xA409 */
+} ExifParam;
+
+/* Camera make and model and the exposure values: bytes 40 to 595 of an
+   ExifParamEx, the block SetExifParamEx takes by value. */
+typedef struct ExifShotInfo {
+  char Make[260];           /* 0x010F, NUL-terminated */
+  char Model[260];          /* 0x0110, NUL-terminated */
+  uint16_t ISOSpeedRatings; /* 0x8827 */
+  uint16_t reserved1;
+  uint32_t ExposureTime_num; /* 0x829A, RATIONAL */
+  uint32_t ExposureTime_den;
+  uint32_t FNumber_num; /* 0x829D, RATIONAL */
+  uint32_t FNumber_den;
+  int32_t ShutterSpeedValue_num; /* 0x9201, SRATIONAL */
+  int32_t ShutterSpeedValue_den;
+  uint32_t ApertureValue_num; /* 0x9202, RATIONAL */
+  uint32_t ApertureValue_den;
+} ExifShotInfo;
+
+/* The extended Exif record. */
+typedef struct ExifParamEx {
+  ExifParam param;
+  ExifShotInfo shot;
+  uint8_t reserved2[2700]; /* always zero */
+} ExifParamEx;
+
+#pragma pack(pop)
+
+ZKIMGSET_SIZE_CHECK(tagRECT, 16);
+ZKIMGSET_SIZE_CHECK(AutoSetupParam, 460);
+ZKIMGSET_SIZE_CHECK(_ThumbnailData, 47104);
+ZKIMGSET_SIZE_CHECK(ExifParam, 40);
+ZKIMGSET_SIZE_CHECK(ExifShotInfo, 556);
+ZKIMGSET_SIZE_CHECK(ExifParamEx, 3296);
+
+/* ---- Colour tables ------------------------------------------------------ */
+/*
+ * The tables live beside the library: "ZK1DDATA.DAT" (1-D, header line
+ * "1D", 256 records "level,R,G,B") and the first file named ZK3D*.DAT
+ * (3-D, header line "3D", 33 x 33 x 33 records "i,j,k,R,G,B", blue
+ * fastest; nodes at inputs 0, 7, 15, 23, ..., 255, the node at 7 unused).
+ * Start-up loads both. Lines end in LF or CR LF, and the file must end with
+ * a line feed: the last byte of a file never reaches a record.
+ */
+
+#if defined(__cplusplus)
+/* Decorated exports (C++ linkage): the table text readers and loaders.
+   None of them locks. */
+
+/* Copies the next line of a text (cursor, bytes left) into record (260
+   bytes, cleared by the caller) without its line end and returns the count
+   of bytes it consumed less the stripped line end; 0 when nothing is left
+   or the line is empty. A one-character line keeps its line feed and
+   returns 2. A line longer than 259 characters is cut to its first 259; the
+   rest of the line is skipped. */
+ZKIMGSET_API unsigned long ZKIMGSET_CALL Get_Next_Record(char** cursor, unsigned long* left,
+                                                         char* record);
+
+/* Copies the next comma-separated field of a NUL-terminated record into
+   field (260 bytes, cleared here) and returns its length; 0 for an empty
+   or missing field. */
+ZKIMGSET_API unsigned long ZKIMGSET_CALL Classify_String(char** cursor, char* field);
+
+/* Parses a 3-D record "a,b,c,R,G,B[,...]" (R, G, B stored modulo 256).
+   Returns 0, or ZKIMGSET_TABLE3D_FAILED when a field is missing or empty
+   (outputs before the missing field are already written). */
+ZKIMGSET_API int ZKIMGSET_CALL Load_3D_LUT(char* record, unsigned char* red, unsigned char* green,
+                                           unsigned char* blue);
+
+/* Parses a 1-D record "level,R,G,B[,...]". Returns 0, or
+   ZKIMGSET_TABLE1D_FAILED. */
+ZKIMGSET_API int ZKIMGSET_CALL Load_1D_LUT(char* record, unsigned char* red, unsigned char* green,
+                                           unsigned char* blue);
+
+/* Loads the 1-D table from a file in the library's folder (name appended
+   to the folder). Returns 0, ZKIMGSET_TABLE1D_FAILED (null name, missing
+   or malformed file), or ZKIMGSET_OUT_OF_MEMORY. The 1-D status that the
+   conversions check is set at start-up only. */
+ZKIMGSET_API int ZKIMGSET_CALL Set1dFile(const char* name);
+
+/* Loads a 3-D table file in the older 33-node layout, which the
+   interpolation does not read; kept for old callers. Returns as
+   Set3dFile. */
+ZKIMGSET_API int ZKIMGSET_CALL Set3dFile_old(const char* name);
+
+/* Loads the 3-D table from a binary file in the installation's data folder
+   (name appended with no separator: pass a leading "/"). Returns 0,
+   ZKIMGSET_NOT_LOADED when the file cannot be opened, sought or read whole,
+   or ZKIMGSET_OUT_OF_MEMORY. The 3-D status is not changed. */
+ZKIMGSET_API int ZKIMGSET_CALL Load3dpFile(const char* name);
+#endif
+
+#if defined(__cplusplus)
+extern "C" {
+#endif
+
+/* Loads the 3-D table from a file in the library's folder, or, with a null
+   name, from the first file there named ZK3D*.DAT. Returns 0 (and the 3-D
+   status becomes 0), ZKIMGSET_TABLE3D_FAILED (no file, unreadable, bad
+   header, too few records, a malformed record), or ZKIMGSET_OUT_OF_MEMORY.
+   A file that fails after its header leaves the table cleared and partly
+   filled while the status keeps its earlier value. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL Set3dFile(const char* name);
+
+/* Stores the colour conversion mode (ZKIMGSET_CONV_* bits); every value is
+   accepted. Always returns 0. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL SetColorConvMode(unsigned short mode);
+
+#if defined(__cplusplus)
+}
+#endif
+
+/* A short English text for a status code (not an export: header only). */
+static inline const char* zkimgset_status_text(int status) {
+  switch (status) {
+    case ZKIMGSET_NOT_LOADED:
+      return "colour table not loaded";
+    case ZKIMGSET_OK:
+      return "success";
+    case ZKIMGSET_SOURCE_MARK:
+      return "success; the file carries the source mark";
+    case ZKIMGSET_BAD_ARGUMENT:
+      return "bad argument";
+    case ZKIMGSET_OUT_OF_MEMORY:
+      return "out of memory";
+    case ZKIMGSET_BAD_SIZE:
+      return "image size not accepted";
+    case ZKIMGSET_FILE_ERROR:
+      return "file could not be read";
+    case ZKIMGSET_BAD_PLANAR:
+      return "bad planar YCbCr descriptor";
+    case ZKIMGSET_TABLE1D_FAILED:
+      return "1-D colour table missing or malformed";
+    case ZKIMGSET_TABLE3D_FAILED:
+      return "3-D colour table missing or malformed";
+    case ZKIMGSET_NO_EXIF:
+      return "no readable Exif data";
+    case ZKIMGSET_BAD_ASPECT:
+      return "aspect ratio not accepted";
+    case ZKIMGSET_SERVICE_MISSING:
+      return "Exif-tag service missing";
+    case ZKIMGSET_SERVICE_REFUSED:
+      return "Exif-tag service refused the set-up";
+    case ZKIMGSET_SERVICE_FAILED:
+      return "Exif-tag service set-up failed";
+    case ZKIMGSET_SERVICE_NO_RESULT:
+      return "Exif-tag service returned no image";
+    default:
+      return "unknown status";
+  }
+}
+
+#endif /* ZKIMGSET_ZKIMGSET_H */

@@ -1,0 +1,115 @@
+// Table text records. The reader keeps the quirks of the format on purpose:
+// - the last byte of a text never reaches a record, so a table file must end
+//   with a line feed;
+// - a one-character line keeps its line feed (and returns 2);
+// - an empty line returns 0, which every loader takes as the end of the data.
+// Lines longer than a record buffer are cut; nothing is written past it.
+#include "colour/table_records.h"
+
+#include <cstring>
+
+#include "colour/table_limits.h"
+#include "zkimgset/zkimgset.h"
+
+namespace zkimgset::colour {
+namespace {
+
+bool is_line_end(char c) { return c == '\r' || c == '\n'; }
+
+bool is_atoi_space(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// Reads `total` fields; the last three are red, green and blue, each stored
+// as soon as its field is read. A missing or empty field fails with
+// `failure`, leaving the channels read so far written.
+int load_rgb_record(char* record, int total, int failure, unsigned char* red, unsigned char* green,
+                    unsigned char* blue) {
+  if (record == nullptr || red == nullptr || green == nullptr || blue == nullptr) return failure;
+  unsigned char* channel[3] = {red, green, blue};
+  char field[kRecordBufferBytes];
+  char* cursor = record;
+  for (int i = 0; i < total; ++i) {
+    if (classify_string(&cursor, field) == 0) return failure;
+    const int c = i - (total - 3);
+    if (c >= 0) *channel[c] = parse_level(field);
+  }
+  return ZKIMGSET_OK;
+}
+
+}  // namespace
+
+unsigned long get_next_record(char** cursor, unsigned long* left, char* record) noexcept {
+  if (cursor == nullptr || *cursor == nullptr || left == nullptr || record == nullptr || *left == 0)
+    return 0;
+  const char* src = *cursor;
+  unsigned long remaining = *left;
+  std::size_t pos = 0;  // write position
+  unsigned long n = 0;  // characters consumed
+  for (;;) {
+    const char c = *src++;
+    --remaining;
+    ++n;
+    if (pos < kRecordMaxChars) record[pos] = c;
+    if (c == '\n') {
+      ++pos;
+      break;
+    }
+    // At the end of the text the write position stays on the last byte, so
+    // the terminating zero below replaces it.
+    if (remaining == 0) break;
+    ++pos;
+  }
+  *cursor = const_cast<char*>(src);
+  *left = remaining;
+
+  if (pos > kRecordMaxChars) {  // an over-long line keeps its first 259 characters
+    pos = kRecordMaxChars;
+    n = kRecordMaxChars;
+  }
+  // A one-character line keeps its line feed, and its terminator is the
+  // caller's cleared buffer.
+  if (n == 2 && is_line_end(record[pos - 1])) return 2;
+  while (pos > 0 && is_line_end(record[pos - 1])) {
+    --pos;
+    --n;
+  }
+  record[pos] = '\0';
+  return n;
+}
+
+unsigned long classify_string(char** cursor, char* field) noexcept {
+  if (field == nullptr) return 0;
+  std::memset(field, 0, kRecordBufferBytes);
+  if (cursor == nullptr || *cursor == nullptr) return 0;
+  char* start = *cursor;
+  std::size_t length = 0;
+  while (start[length] != ',' && start[length] != '\0') ++length;
+  const std::size_t kept = length < kRecordMaxChars ? length : kRecordMaxChars;
+  std::memcpy(field, start, kept);
+  *cursor = start + length + (start[length] == ',' ? 1 : 0);
+  return kept;
+}
+
+int load_3d_lut(char* record, unsigned char* red, unsigned char* green,
+                unsigned char* blue) noexcept {
+  return load_rgb_record(record, 6, ZKIMGSET_TABLE3D_FAILED, red, green, blue);
+}
+
+int load_1d_lut(char* record, unsigned char* red, unsigned char* green,
+                unsigned char* blue) noexcept {
+  return load_rgb_record(record, 4, ZKIMGSET_TABLE1D_FAILED, red, green, blue);
+}
+
+std::uint8_t parse_level(const char* field) noexcept {
+  const char* p = field;
+  while (is_atoi_space(*p)) ++p;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  std::uint32_t value = 0;  // wraps: only the low 8 bits are kept
+  while (*p >= '0' && *p <= '9') value = value * 10u + static_cast<std::uint32_t>(*p++ - '0');
+  if (negative) value = 0u - value;
+  return static_cast<std::uint8_t>(value);
+}
+
+}  // namespace zkimgset::colour

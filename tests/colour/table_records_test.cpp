@@ -1,0 +1,183 @@
+// The table text reader: line splitting with its kept quirks, field
+// splitting, record parsing.
+#include "colour/table_records.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "colour/table_limits.h"
+
+namespace zkimgset::colour {
+namespace {
+
+constexpr char kGuard = '\x5A';
+
+struct Record {
+  unsigned long length;
+  std::string text;
+  bool operator==(const Record&) const = default;
+};
+
+void PrintTo(const Record& r, std::ostream* os) { *os << r.length << " \"" << r.text << "\""; }
+
+// Reads every record of a text as the loaders do (clearing the buffer before
+// each), stopping after the first 0, and checks that nothing is written past
+// the 260-byte record buffer.
+std::vector<Record> read_records(std::string text) {
+  std::vector<Record> out;
+  char* cursor = text.data();
+  unsigned long left = static_cast<unsigned long>(text.size());
+  char buffer[kRecordBufferBytes + 16];
+  for (;;) {
+    std::memset(buffer, kGuard, sizeof buffer);
+    std::memset(buffer, 0, kRecordBufferBytes);
+    const unsigned long n = get_next_record(&cursor, &left, buffer);
+    for (std::size_t i = kRecordBufferBytes; i < sizeof buffer; ++i)
+      EXPECT_EQ(buffer[i], kGuard) << "written past the record buffer";
+    EXPECT_NE(std::memchr(buffer, 0, kRecordBufferBytes), nullptr) << "record not terminated";
+    out.push_back({n, buffer});
+    if (n == 0) break;
+  }
+  return out;
+}
+
+struct LineCase {
+  const char* name;
+  std::string text;
+  std::vector<Record> records;
+};
+
+class GetNextRecord : public ::testing::TestWithParam<LineCase> {};
+
+TEST_P(GetNextRecord, SplitsAsTheFormatDoes) {
+  EXPECT_EQ(read_records(GetParam().text), GetParam().records);
+}
+
+const std::string k259(259, 'x');
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, GetNextRecord,
+    ::testing::Values(
+        LineCase{"LineFeed", "abc\ndef\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
+        LineCase{"CarriageReturnLineFeed", "abc\r\ndef\r\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
+        LineCase{
+            "LastByteLostWithoutFinalLineFeed", "0,0,0,12,34,56", {{14, "0,0,0,12,34,5"}, {0, ""}}},
+        LineCase{"OneCharacterLineKeepsItsLineFeed", "7\n8\n", {{2, "7\n"}, {2, "8\n"}, {0, ""}}},
+        LineCase{"BlankCrLfLineIsNotEmpty", "\r\nxy\n", {{2, "\r\n"}, {2, "xy"}, {0, ""}}},
+        LineCase{"EmptyLineEndsTheData", "ab\n\ncd\n", {{2, "ab"}, {0, ""}}},
+        LineCase{"LoneFinalCharacterIsLost", "ab\nc", {{2, "ab"}, {1, ""}, {0, ""}}},
+        LineCase{"StrayCarriageReturnsStripped", "ab\r\r\n", {{2, "ab"}, {0, ""}}},
+        LineCase{"EmptyText", "", {{0, ""}}},
+        LineCase{"LongestRecordKept", k259 + "\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
+        LineCase{"LongestRecordWithCrLf", k259 + "\r\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
+        LineCase{"OverLongLineCut",
+                 k259 + "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy\nzz\n",
+                 {{259, k259}, {2, "zz"}, {0, ""}}},
+        LineCase{"OverLongFinalLineCut", k259 + std::string(1000, 'w'), {{259, k259}, {0, ""}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(GetNextRecord, NullArgumentsReadNothing) {
+  char text[] = "abc\n";
+  char* cursor = text;
+  unsigned long left = 4;
+  char record[kRecordBufferBytes] = {};
+  char* null_cursor = nullptr;
+  EXPECT_EQ(get_next_record(nullptr, &left, record), 0u);
+  EXPECT_EQ(get_next_record(&null_cursor, &left, record), 0u);
+  EXPECT_EQ(get_next_record(&cursor, nullptr, record), 0u);
+  EXPECT_EQ(get_next_record(&cursor, &left, nullptr), 0u);
+  EXPECT_EQ(cursor, text);
+  EXPECT_EQ(left, 4u);
+}
+
+TEST(ClassifyString, SplitsAtEveryCommaAndStopsAtTheEnd) {
+  char record[] = "a,,bc";
+  char* cursor = record;
+  char field[kRecordBufferBytes];
+  const std::vector<std::pair<unsigned long, std::string>> expected = {
+      {1, "a"}, {0, ""}, {2, "bc"}, {0, ""}, {0, ""}};
+  for (const auto& [length, text] : expected) {
+    std::memset(field, 'q', sizeof field);
+    EXPECT_EQ(classify_string(&cursor, field), length);
+    EXPECT_EQ(std::string(field), text);
+  }
+}
+
+TEST(ClassifyString, CutsAFieldLongerThanItsBuffer) {
+  std::string record = std::string(400, '9') + ",7";
+  char* cursor = record.data();
+  char field[kRecordBufferBytes + 8];
+  std::memset(field, kGuard, sizeof field);
+  EXPECT_EQ(classify_string(&cursor, field), kRecordMaxChars);
+  EXPECT_EQ(field[kRecordMaxChars], '\0');
+  EXPECT_EQ(field[kRecordBufferBytes], kGuard);
+  EXPECT_EQ(classify_string(&cursor, field), 1u);
+  EXPECT_STREQ(field, "7");
+}
+
+struct LutCase {
+  const char* record;
+  bool three_d;
+  int status;
+  unsigned char r, g, b;  // expected outputs (channels not written stay 0xEE)
+};
+
+class LoadLut : public ::testing::TestWithParam<LutCase> {};
+
+TEST_P(LoadLut, ParsesFieldsAndCountsThem) {
+  const LutCase& c = GetParam();
+  std::string record = c.record;
+  unsigned char r = 0xEE, g = 0xEE, b = 0xEE;
+  const int status =
+      c.three_d ? load_3d_lut(record.data(), &r, &g, &b) : load_1d_lut(record.data(), &r, &g, &b);
+  EXPECT_EQ(status, c.status);
+  EXPECT_EQ(r, c.r);
+  EXPECT_EQ(g, c.g);
+  EXPECT_EQ(b, c.b);
+}
+
+INSTANTIATE_TEST_SUITE_P(Records, LoadLut,
+                         ::testing::Values(LutCase{"0,0,0,12,34,56", true, 0, 12, 34, 56},
+                                           LutCase{"0,0,0,12,34", true, 18, 12, 34, 0xEE},
+                                           LutCase{"0,0,0,12,,56", true, 18, 12, 0xEE, 0xEE},
+                                           LutCase{"a,b,c, 7,+8,-1,more,fields", true, 0, 7, 8,
+                                                   255},
+                                           LutCase{"x,y,z,abc,1x,2", true, 0, 0, 1, 2},
+                                           LutCase{",0,0,1,2,3", true, 18, 0xEE, 0xEE, 0xEE},
+                                           LutCase{"", true, 18, 0xEE, 0xEE, 0xEE},
+                                           LutCase{"7,300,-1,5", false, 0, 44, 255, 5},
+                                           LutCase{"7,1,2", false, 17, 1, 2, 0xEE},
+                                           LutCase{"0,1,2,3,4", false, 0, 1, 2, 3}));
+
+TEST(LoadLut, NullArgumentsFail) {
+  char record[] = "0,0,0,1,2,3";
+  unsigned char c = 0;
+  EXPECT_EQ(load_3d_lut(nullptr, &c, &c, &c), 18);
+  EXPECT_EQ(load_3d_lut(record, &c, nullptr, &c), 18);
+  EXPECT_EQ(load_1d_lut(record, nullptr, &c, &c), 17);
+  EXPECT_EQ(c, 0);
+}
+
+TEST(ParseLevel, ReadsAsAtoiAndKeepsTheLowByte) {
+  const std::vector<std::pair<const char*, int>> cases = {{"0", 0},
+                                                          {"255", 255},
+                                                          {"256", 0},
+                                                          {"300", 44},
+                                                          {"-1", 255},
+                                                          {" \t\r\n-3x", 253},
+                                                          {"+17", 17},
+                                                          {"1 2", 1},
+                                                          {"", 0},
+                                                          {"-", 0},
+                                                          {"x5", 0},
+                                                          {"4294967297", 1},
+                                                          {"-2147483648", 0},
+                                                          {"99999999999999999999999", 255}};
+  for (const auto& [text, value] : cases) EXPECT_EQ(parse_level(text), value) << text;
+}
+
+}  // namespace
+}  // namespace zkimgset::colour

@@ -1,0 +1,141 @@
+// Process attach and detach on states of the tests' own.
+#include "frame/attach.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <set>
+
+#include "colour/table_limits.h"
+#include "support/library_folder_scope.h"
+#include "support/temp_folder.h"
+
+namespace zkimgset {
+namespace {
+
+// Counts allocations and fails the one numbered `fail_at` (1-based; 0 never).
+class CountingAllocator final : public platform::ZeroedAllocator {
+ public:
+  explicit CountingAllocator(int fail_at = 0) : fail_at_(fail_at) {}
+  void* allocate(std::size_t size) noexcept override {
+    if (++calls_ == fail_at_) return nullptr;
+    void* block = platform::system_allocator().allocate(size);
+    live_.insert(block);
+    return block;
+  }
+  void release(void* block) noexcept override {
+    live_.erase(block);
+    platform::system_allocator().release(block);
+  }
+  int calls() const { return calls_; }
+  std::size_t live() const { return live_.size(); }
+
+ private:
+  int fail_at_;
+  int calls_ = 0;
+  std::set<void*> live_;
+};
+
+// The default tables written beside the built library.
+const std::string kDefaultTables = ZKIMGSET_TEST_TABLE_DIR "/";
+
+int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
+
+TEST(Attach, StartValues) {
+  LibraryState state;
+  EXPECT_EQ(state.StartupStatus, 0);
+  EXPECT_EQ(state.Table3dStatus, -1);
+  EXPECT_EQ(state.Table1dStatus, -1);
+  EXPECT_EQ(state.ColorConvMode, 3);
+  EXPECT_EQ(state.setup_mode, 0);
+  EXPECT_EQ(state.ExifSetupEnabled, 1);
+  EXPECT_EQ(state.shooting.param.Flash, 255);
+  EXPECT_EQ(state.shooting.param.BrightnessValue_den, 0);
+  EXPECT_EQ(state.adjust.SetupAdjustLevel, 100);
+  EXPECT_EQ(state.adjust.SetupAdjustB, 0);
+  EXPECT_EQ(state.adjust.BalanceStep1, 7);
+  EXPECT_EQ(state.adjust.BalanceStep3, 7);
+  EXPECT_EQ(state.service.module, nullptr);
+}
+
+TEST(Attach, LoadsTheDefaultTablesBesideTheLibrary) {
+  testing::LibraryFolderScope scope(kDefaultTables);
+  LibraryState state;
+  CountingAllocator allocator;
+  attach(state, allocator);
+  EXPECT_EQ(state.StartupStatus, 0);
+  EXPECT_EQ(state.Table3dStatus, 0);
+  EXPECT_EQ(state.Table1dStatus, 0);
+  // Identity tables: every node holds its own input, every 1-D row its level.
+  for (int n = 0; n < 32; ++n) {
+    const std::size_t at = ((static_cast<std::size_t>(n) * 32 + (31 - n)) * 32 + n / 2) * 3;
+    EXPECT_EQ(state.ColorTable3dAlt[at], node_input(n));
+    EXPECT_EQ(state.ColorTable3dAlt[at + 1], node_input(31 - n));
+    EXPECT_EQ(state.ColorTable3dAlt[at + 2], node_input(n / 2));
+  }
+  for (int level = 0; level < 256; ++level)
+    for (int c = 0; c < 3; ++c) ASSERT_EQ(state.Table1d[3 * level + c], level);
+  detach(state);
+  EXPECT_EQ(allocator.calls(), 3);
+  EXPECT_EQ(allocator.live(), 0u);
+  EXPECT_EQ(state.ColorTable3dAlt, nullptr);
+}
+
+TEST(Attach, MissingTablesSetTheirStatusesButStartUpSucceeds) {
+  testing::TempFolder empty;
+  testing::LibraryFolderScope scope(empty.slashed());
+  LibraryState state;
+  attach(state, platform::system_allocator());
+  EXPECT_EQ(state.StartupStatus, 0);
+  EXPECT_EQ(state.Table3dStatus, 18);
+  EXPECT_EQ(state.Table1dStatus, 17);
+  detach(state);
+}
+
+struct AllocationFailure {
+  int fail_at;
+  int calls_made;  // later allocations are skipped
+  int table3d_status, table1d_status;
+};
+
+class AttachFailure : public ::testing::TestWithParam<AllocationFailure> {};
+
+TEST_P(AttachFailure, SetsStartupStatusThreeAndSkipsTheRest) {
+  const AllocationFailure c = GetParam();
+  testing::LibraryFolderScope scope(kDefaultTables);
+  LibraryState state;
+  std::memset(state.MakerText1, 'M', sizeof state.MakerText1);
+  std::memset(state.MakerText2, 'm', sizeof state.MakerText2);
+  CountingAllocator allocator(c.fail_at);
+  attach(state, allocator);
+  EXPECT_EQ(state.StartupStatus, ZKIMGSET_OUT_OF_MEMORY);
+  EXPECT_EQ(allocator.calls(), c.calls_made);
+  EXPECT_EQ(state.Table3dStatus, c.table3d_status);
+  EXPECT_EQ(state.Table1dStatus, c.table1d_status);
+  EXPECT_EQ(state.MakerText1[0], 0);
+  EXPECT_EQ(state.MakerText2[259], 0);
+  detach(state);
+  EXPECT_EQ(allocator.live(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachAllocation, AttachFailure,
+                         ::testing::Values(AllocationFailure{1, 1, -1, -1},
+                                           AllocationFailure{2, 2, -1, -1},
+                                           AllocationFailure{3, 3, 0, -1}));
+
+TEST(Attach, KeepsBuffersThatAlreadyExist) {
+  testing::LibraryFolderScope scope(kDefaultTables);
+  LibraryState state;
+  CountingAllocator allocator;
+  attach(state, allocator);
+  std::uint8_t* main_table = state.ColorTable3dMain;
+  attach(state, allocator);
+  EXPECT_EQ(allocator.calls(), 3);
+  EXPECT_EQ(state.ColorTable3dMain, main_table);
+  detach(state);
+  EXPECT_EQ(allocator.live(), 0u);
+}
+
+}  // namespace
+}  // namespace zkimgset

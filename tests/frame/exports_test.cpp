@@ -1,0 +1,103 @@
+// The shared library as a host loads it: its exports under their own names,
+// and the tables it finds beside itself when it is loaded.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "support/temp_folder.h"
+#include "zkimgset/zkimgset.h"
+
+namespace {
+
+TEST(SharedLibrary, FindsItsDefaultTablesBesideIt) {
+  EXPECT_EQ(Set3dFile(nullptr), ZKIMGSET_OK);
+  EXPECT_EQ(Set3dFile("ZK3DDATA.DAT"), ZKIMGSET_OK);
+  EXPECT_EQ(Set1dFile("ZK1DDATA.DAT"), ZKIMGSET_OK);
+  EXPECT_EQ(Set3dFile_old("ZK3DDATA.DAT"), ZKIMGSET_OK);
+  EXPECT_EQ(Set3dFile(nullptr), ZKIMGSET_OK);
+}
+
+TEST(SharedLibrary, ReportsMissingTablesWithTheirCodes) {
+  EXPECT_EQ(Set3dFile("NO-SUCH.DAT"), ZKIMGSET_TABLE3D_FAILED);
+  EXPECT_EQ(Set3dFile_old("NO-SUCH.DAT"), ZKIMGSET_TABLE3D_FAILED);
+  EXPECT_EQ(Set1dFile(nullptr), ZKIMGSET_TABLE1D_FAILED);
+  EXPECT_EQ(Load3dpFile(nullptr), ZKIMGSET_NOT_LOADED);
+  EXPECT_EQ(Load3dpFile("/no-such-table.3dp"), ZKIMGSET_NOT_LOADED);
+}
+
+TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
+  char text[] = "3D\r\n0,0,0,12,34,56\n";
+  char* cursor = text;
+  unsigned long left = sizeof text - 1;
+  char record[260] = {};
+  EXPECT_EQ(Get_Next_Record(&cursor, &left, record), 2u);
+  EXPECT_STREQ(record, "3D");
+  std::memset(record, 0, sizeof record);
+  EXPECT_EQ(Get_Next_Record(&cursor, &left, record), 14u);
+  unsigned char r = 0, g = 0, b = 0;
+  EXPECT_EQ(Load_3D_LUT(record, &r, &g, &b), ZKIMGSET_OK);
+  EXPECT_EQ(r + g + b, 12 + 34 + 56);
+  char one_d[] = "7,300,-1,5";
+  EXPECT_EQ(Load_1D_LUT(one_d, &r, &g, &b), ZKIMGSET_OK);
+  EXPECT_EQ(r, 44);
+  EXPECT_EQ(g, 255);
+  char fields[] = "a,bc";
+  char* field_cursor = fields;
+  char field[260];
+  EXPECT_EQ(Classify_String(&field_cursor, field), 1u);
+  EXPECT_EQ(Classify_String(&field_cursor, field), 2u);
+}
+
+TEST(SharedLibrary, SetColorConvModeAcceptsEveryValue) {
+  for (unsigned mode : {0u, 1u, 2u, 3u, 0x7FFFu, 0xFFFFu})
+    EXPECT_EQ(SetColorConvMode(static_cast<unsigned short>(mode)), ZKIMGSET_OK);
+  EXPECT_EQ(SetColorConvMode(3), ZKIMGSET_OK);
+}
+
+// A copy of the library in a folder of its own, loaded as a host would.
+class LibraryCopy {
+ public:
+  explicit LibraryCopy(const zkimgset::testing::TempFolder& folder) {
+    const auto path = folder.path() / "libzkimgset.so";
+    std::filesystem::copy_file(std::filesystem::canonical(ZKIMGSET_TEST_LIBRARY), path);
+    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  }
+  ~LibraryCopy() {
+    if (handle_ != nullptr) dlclose(handle_);
+  }
+  LibraryCopy(const LibraryCopy&) = delete;
+  LibraryCopy& operator=(const LibraryCopy&) = delete;
+
+  bool loaded() const { return handle_ != nullptr; }
+  template <class Function>
+  Function* find(const char* name) const {
+    return reinterpret_cast<Function*>(dlsym(handle_, name));
+  }
+
+ private:
+  void* handle_ = nullptr;
+};
+
+TEST(SharedLibrary, CopyWithoutTablesBesideItReportsThemMissing) {
+  zkimgset::testing::TempFolder folder;
+  LibraryCopy copy(folder);
+  ASSERT_TRUE(copy.loaded()) << dlerror();
+  auto* set3d = copy.find<int(const char*)>("Set3dFile");
+  auto* set1d = copy.find<int(const char*)>("_Z9Set1dFilePKc");
+  ASSERT_NE(set3d, nullptr);
+  ASSERT_NE(set1d, nullptr);
+  EXPECT_EQ(set3d(nullptr), ZKIMGSET_TABLE3D_FAILED);
+  EXPECT_EQ(set1d("ZK1DDATA.DAT"), ZKIMGSET_TABLE1D_FAILED);
+
+  const std::filesystem::path tables = ZKIMGSET_TEST_TABLE_DIR;
+  std::filesystem::copy_file(tables / "ZK1DDATA.DAT", folder.path() / "ZK1DDATA.DAT");
+  std::filesystem::copy_file(tables / "ZK3DDATA.DAT", folder.path() / "ZK3DLAB.DAT");
+  EXPECT_EQ(set3d(nullptr), ZKIMGSET_OK);
+  EXPECT_EQ(set1d("ZK1DDATA.DAT"), ZKIMGSET_OK);
+}
+
+}  // namespace
