@@ -7,6 +7,7 @@
 #include "colour/table_records.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "colour/table_limits.h"
 #include "zkimgset/zkimgset.h"
@@ -20,17 +21,28 @@ bool is_atoi_space(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
+// The field at cursor (up to the next comma or the record's end), moving the
+// cursor past its comma. Fields longer than a field buffer are cut.
+std::string_view next_field(char*& cursor) {
+  char* start = cursor;
+  std::size_t length = 0;
+  while (start[length] != ',' && start[length] != '\0') ++length;
+  cursor = start + length + (start[length] == ',' ? 1 : 0);
+  return {start, length < kRecordMaxChars ? length : kRecordMaxChars};
+}
+
 // Reads `total` fields; the last three are red, green and blue, each stored
 // as soon as its field is read. A missing or empty field fails with
-// `failure`, leaving the channels read so far written.
+// `failure`, leaving the channels read so far written. Fields are read in
+// place: the same result as copying each into a field buffer first.
 int load_rgb_record(char* record, int total, int failure, unsigned char* red, unsigned char* green,
                     unsigned char* blue) {
   if (record == nullptr || red == nullptr || green == nullptr || blue == nullptr) return failure;
   unsigned char* channel[3] = {red, green, blue};
-  char field[kRecordBufferBytes];
   char* cursor = record;
   for (int i = 0; i < total; ++i) {
-    if (classify_string(&cursor, field) == 0) return failure;
+    const std::string_view field = next_field(cursor);
+    if (field.empty()) return failure;
     const int c = i - (total - 3);
     if (c >= 0) *channel[c] = parse_level(field);
   }
@@ -82,13 +94,9 @@ unsigned long classify_string(char** cursor, char* field) noexcept {
   if (field == nullptr) return 0;
   std::memset(field, 0, kRecordBufferBytes);
   if (cursor == nullptr || *cursor == nullptr) return 0;
-  char* start = *cursor;
-  std::size_t length = 0;
-  while (start[length] != ',' && start[length] != '\0') ++length;
-  const std::size_t kept = length < kRecordMaxChars ? length : kRecordMaxChars;
-  std::memcpy(field, start, kept);
-  *cursor = start + length + (start[length] == ',' ? 1 : 0);
-  return kept;
+  const std::string_view kept = next_field(*cursor);
+  std::memcpy(field, kept.data(), kept.size());
+  return kept.size();
 }
 
 int load_3d_lut(char* record, unsigned char* red, unsigned char* green,
@@ -101,13 +109,14 @@ int load_1d_lut(char* record, unsigned char* red, unsigned char* green,
   return load_rgb_record(record, 4, ZKIMGSET_TABLE1D_FAILED, red, green, blue);
 }
 
-std::uint8_t parse_level(const char* field) noexcept {
-  const char* p = field;
-  while (is_atoi_space(*p)) ++p;
-  const bool negative = *p == '-';
-  if (*p == '-' || *p == '+') ++p;
+std::uint8_t parse_level(std::string_view field) noexcept {
+  std::size_t i = 0;
+  while (i < field.size() && is_atoi_space(field[i])) ++i;
+  const bool negative = i < field.size() && field[i] == '-';
+  if (i < field.size() && (field[i] == '-' || field[i] == '+')) ++i;
   std::uint32_t value = 0;  // wraps: only the low 8 bits are kept
-  while (*p >= '0' && *p <= '9') value = value * 10u + static_cast<std::uint32_t>(*p++ - '0');
+  for (; i < field.size() && field[i] >= '0' && field[i] <= '9'; ++i)
+    value = value * 10u + static_cast<std::uint32_t>(field[i] - '0');
   if (negative) value = 0u - value;
   return static_cast<std::uint8_t>(value);
 }

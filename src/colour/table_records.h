@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace zkimgset::colour {
 
@@ -28,6 +29,6 @@ int load_1d_lut(char* record, unsigned char* red, unsigned char* green,
 // sign, then digits up to the first non-digit; anything else gives 0), kept
 // as its low 8 bits. Numbers beyond the int range keep their true value
 // modulo 256 instead of atoi's undefined result.
-std::uint8_t parse_level(const char* field) noexcept;
+std::uint8_t parse_level(std::string_view field) noexcept;
 
 }  // namespace zkimgset::colour
