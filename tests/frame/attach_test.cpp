@@ -42,23 +42,6 @@ const std::string kDefaultTables = ZKIMGSET_TEST_TABLE_DIR "/";
 
 int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
 
-TEST(Attach, StartValues) {
-  LibraryState state;
-  EXPECT_EQ(state.StartupStatus, 0);
-  EXPECT_EQ(state.Table3dStatus, -1);
-  EXPECT_EQ(state.Table1dStatus, -1);
-  EXPECT_EQ(state.ColorConvMode, 3);
-  EXPECT_EQ(state.setup_mode, 0);
-  EXPECT_EQ(state.ExifSetupEnabled, 1);
-  EXPECT_EQ(state.shooting.param.Flash, 255);
-  EXPECT_EQ(state.shooting.param.BrightnessValue_den, 0);
-  EXPECT_EQ(state.adjust.SetupAdjustLevel, 100);
-  EXPECT_EQ(state.adjust.SetupAdjustB, 0);
-  EXPECT_EQ(state.adjust.BalanceStep1, 7);
-  EXPECT_EQ(state.adjust.BalanceStep3, 7);
-  EXPECT_EQ(state.service.module, nullptr);
-}
-
 TEST(Attach, LoadsTheDefaultTablesBesideTheLibrary) {
   testing::LibraryFolderScope scope(kDefaultTables);
   LibraryState state;

@@ -41,17 +41,5 @@ TEST(LibraryFolder, IsTheResolvedFolderOfTheModuleWithATrailingSeparator) {
   EXPECT_EQ(library_folder(), expected);
 }
 
-TEST(Folders, OverridesTakeEffectAndLift) {
-  const std::string library = library_folder(), system = system_directory();
-  override_library_folder("/tmp/lib/");
-  override_system_directory("/tmp/sys");
-  EXPECT_EQ(library_folder(), "/tmp/lib/");
-  EXPECT_EQ(system_directory(), "/tmp/sys");
-  override_library_folder(std::nullopt);
-  override_system_directory(std::nullopt);
-  EXPECT_EQ(library_folder(), library);
-  EXPECT_EQ(system_directory(), system);
-}
-
 }  // namespace
 }  // namespace zkimgset::platform
