@@ -17,7 +17,12 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      const std::string name = run.benchmark_name();
+      // "Family/ours" or "Family/ours/6000/4000": the arguments are not part
+      // of the pairing.
+      std::string name = run.benchmark_name();
+      while (!name.empty() && name.find_last_of('/') != std::string::npos &&
+             name.find_first_not_of("0123456789", name.find_last_of('/') + 1) == std::string::npos)
+        name.erase(name.find_last_of('/'));
       const std::size_t slash = name.rfind('/');
       if (slash == std::string::npos) continue;
       times_[name.substr(0, slash)][name.substr(slash + 1)] = run.GetAdjustedRealTime();

@@ -257,6 +257,16 @@ ZKIMGSET_API int ZKIMGSET_CALL Set3dFile_old(const char* name);
    ZKIMGSET_NOT_LOADED when the file cannot be opened, sought or read whole,
    or ZKIMGSET_OUT_OF_MEMORY. The 3-D status is not changed. */
 ZKIMGSET_API int ZKIMGSET_CALL Load3dpFile(const char* name);
+
+/* Debug dump of the last analysis: writes folder + base_name +
+   "_AutoSetupParam.txt" (the analysis quantities, the tone and saturation
+   tables), "_ThumbYCC128x92.raw" (Cr + 128, Y, Cb + 128 of each thumbnail
+   pixel), "_ThumbRGB128x92.raw" and "_th_yy128x92.raw". folder and
+   base_name are joined with nothing between them: give folder its
+   separator. Each file is written only if the one before it could be
+   opened; a null argument writes nothing. Reports nothing. No lock. */
+ZKIMGSET_API void ZKIMGSET_CALL DumpAutoSetupParam(const char* folder, const char* base_name,
+                                                   tagRECT* image_rect, _ThumbnailData* thumbnail);
 #endif
 
 #if defined(__cplusplus)

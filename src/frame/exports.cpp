@@ -3,6 +3,8 @@
 // exception inside.
 #include <mutex>
 
+#include "autosetup/analysis_state.h"
+#include "autosetup/dump.h"
 #include "colour/table_files.h"
 #include "colour/table_records.h"
 #include "frame/guard.h"
@@ -46,6 +48,15 @@ int Set3dFile_old(const char* name) {
 
 int Load3dpFile(const char* name) {
   return guarded(ZKIMGSET_NOT_LOADED, [&] { return colour::load_3dp_file(library_state(), name); });
+}
+
+// ---- Analysis ----------------------------------------------------------------
+
+void DumpAutoSetupParam(const char* folder, const char* base_name, tagRECT* image_rect,
+                        _ThumbnailData* thumbnail) {
+  zkimgset::autosetup::dump_auto_setup_param(folder, base_name, image_rect, thumbnail,
+                                             zkimgset::autosetup::analysis_state(),
+                                             library_state());
 }
 
 extern "C" {

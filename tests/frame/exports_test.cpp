@@ -6,6 +6,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <string>
 
 #include "support/temp_folder.h"
@@ -52,6 +54,20 @@ TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
   char field[260];
   EXPECT_EQ(Classify_String(&field_cursor, field), 1u);
   EXPECT_EQ(Classify_String(&field_cursor, field), 2u);
+}
+
+TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
+  zkimgset::testing::TempFolder folder;
+  tagRECT rect{0, 0, 127, 91};
+  auto thumb = std::make_unique<_ThumbnailData>();
+  DumpAutoSetupParam(folder.slashed().c_str(), "fresh", &rect, thumb.get());
+  std::ifstream in(folder.path() / "fresh_AutoSetupParam.txt");
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  EXPECT_EQ(text.substr(0, 57),
+            "orig_width\t128\norig_height\t92\n\nsetup_mode\t0\n\nFlash : 255\n");
+  for (const char* raw :
+       {"fresh_ThumbYCC128x92.raw", "fresh_ThumbRGB128x92.raw", "fresh_th_yy128x92.raw"})
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / raw)) << raw;
 }
 
 // A copy of the library in a folder of its own, loaded as a host would.

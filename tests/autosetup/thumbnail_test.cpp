@@ -1,0 +1,180 @@
+// The analysis area and the thumbnail maker, on pictures whose thumbnails can
+// be worked out by hand.
+#include "autosetup/thumbnail.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+#include "autosetup/analysis_area.h"
+#include "autosetup/analysis_state.h"
+#include "support/pictures.h"
+
+namespace zkimgset::autosetup {
+namespace {
+
+using testing::BitmapPicture;
+using testing::coordinate_picture;
+using testing::decode_position;
+using testing::Position;
+using testing::TestPicture;
+
+std::unique_ptr<_ThumbnailData> thumbnail_of(const Picture& picture) {
+  auto thumb = std::make_unique<_ThumbnailData>();
+  make_thumbnail(picture, find_analysis_area(picture), *thumb);
+  return thumb;
+}
+
+// The picture position that thumbnail pixel (row, column) was taken from.
+Position source_of(const _ThumbnailData& t, int row, int column) {
+  const int i = row * kThumbWidth + column;
+  return decode_position(t.plane[kPlaneRedCr][i], t.plane[kPlaneGreenY][i],
+                         t.plane[kPlaneBlueCb][i]);
+}
+
+TEST(AnalysisArea, TrimsPureWhiteMarginsOnly) {
+  const TestPicture p(50, 40, [](int x, int y, std::uint8_t* px) {
+    const bool inside = x >= 7 && x <= 30 && y >= 3 && y <= 35;
+    const bool almost_white = x == 31 && y == 20;  // 255, 255, 254 is not white
+    px[0] = px[1] = 255;
+    px[2] = inside ? 10 : almost_white ? 254 : 255;
+  });
+  const tagRECT area = find_analysis_area(p.packed());
+  EXPECT_EQ(area.left, 7);
+  EXPECT_EQ(area.top, 3);
+  EXPECT_EQ(area.right, 31);
+  EXPECT_EQ(area.bottom, 35);
+  // In the bitmap layout the rows are memory rows, bottom first.
+  const BitmapPicture bitmap(p);
+  const tagRECT memory = find_analysis_area(bitmap.picture);
+  EXPECT_EQ(memory.top, 40 - 1 - 35);
+  EXPECT_EQ(memory.bottom, 40 - 1 - 3);
+  EXPECT_EQ(memory.right, 31);
+}
+
+TEST(AnalysisArea, AllWhiteKeepsTheWholePicture) {
+  const TestPicture p(30, 20, [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 255; });
+  const tagRECT area = find_analysis_area(p.packed());
+  EXPECT_EQ(area.left, 0);
+  EXPECT_EQ(area.top, 0);
+  EXPECT_EQ(area.right, 29);
+  EXPECT_EQ(area.bottom, 19);
+}
+
+TEST(Thumbnail, WhiteMarginsDoNotChangeIt) {
+  const TestPicture photo = testing::noise_picture(700, 500, 3);
+  const TestPicture framed(780, 610, [&](int x, int y, std::uint8_t* px) {
+    const int sx = x - 37, sy = y - 59;
+    const bool inside = sx >= 0 && sx < photo.width && sy >= 0 && sy < photo.height;
+    for (int c = 0; c < 3; ++c) px[c] = inside ? photo.pixel(sx, sy)[c] : 255;
+  });
+  const auto alone = thumbnail_of(photo.packed());
+  const auto with_margins = thumbnail_of(framed.packed());
+  EXPECT_EQ(std::memcmp(alone.get(), with_margins.get(), sizeof(_ThumbnailData)), 0);
+}
+
+// Where each landscape step samples, and which neighbourhood it averages: on
+// a checkerboard of 0 and 200 the averages tell the bands apart.
+struct StepCase {
+  int width, height, step, radius;
+  std::uint8_t yy_dark_centre, yy_bright_centre;
+};
+
+class ThumbnailStep : public ::testing::TestWithParam<StepCase> {};
+
+TEST_P(ThumbnailStep, SamplesTheNeighbourhoodCentre) {
+  const StepCase c = GetParam();
+  const TestPicture coords = coordinate_picture(c.width, c.height);
+  EXPECT_EQ(thumbnail_step(find_analysis_area(coords.packed())), c.step);
+  const auto thumb = thumbnail_of(coords.packed());
+  const int x0 = (c.width - 128 * c.step) / 2, y0 = (c.height - 92 * c.step) / 2;
+  for (int r : {0, 1, 45, 91})
+    for (int col : {0, 1, 64, 127})
+      EXPECT_EQ(source_of(*thumb, r, col),
+                (Position{x0 + c.step * col + c.radius, y0 + c.step * r + c.radius}))
+          << r << "," << col;
+
+  const TestPicture board(c.width, c.height, [](int x, int y, std::uint8_t* px) {
+    px[0] = px[1] = px[2] = (x + y) % 2 == 0 ? 0 : 200;
+  });
+  const auto averaged = thumbnail_of(board.packed());
+  for (int i : {0, 1, 129, 5000, kThumbPixels - 1}) {
+    const Position centre = source_of(*thumb, i / 128, i % 128);
+    const bool dark = (centre.x + centre.y) % 2 == 0;
+    EXPECT_EQ(averaged->plane[kPlaneYy][i], dark ? c.yy_dark_centre : c.yy_bright_centre) << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, ThumbnailStep,
+    ::testing::Values(StepCase{512, 368, 4, 0, 0, 200},       // the point sample
+                      StepCase{513, 371, 4, 0, 0, 200},       // centred, odd leftovers
+                      StepCase{640, 460, 5, 1, 160, 40},      // centre and 4 neighbours
+                      StepCase{1280, 920, 10, 1, 89, 111},    // 3 x 3
+                      StepCase{1536, 1104, 12, 2, 62, 138},   // 13 pixels
+                      StepCase{3584, 2576, 28, 3, 98, 102}),  // 7 x 7
+    [](const auto& info) {
+      return std::to_string(info.param.width) + "x" + std::to_string(info.param.height);
+    });
+
+TEST(Thumbnail, PortraitIsTurnedAQuarterTurn) {
+  const TestPicture small = coordinate_picture(92, 128);
+  const auto thumb = thumbnail_of(small.packed());
+  for (int i = 0; i < 128; ++i) {
+    EXPECT_EQ(source_of(*thumb, 91, i), (Position{0, i}));  // source column 0 on row 91
+    EXPECT_EQ(source_of(*thumb, 0, i), (Position{91, i}));
+  }
+  // Step 5: the centre lies one pixel before the sampled column.
+  const TestPicture large = coordinate_picture(460, 640);
+  const auto turned = thumbnail_of(large.packed());
+  for (int j : {0, 1, 91})
+    for (int i : {0, 64, 127})
+      EXPECT_EQ(source_of(*turned, 91 - j, i), (Position{4 + 5 * j - 1, 5 * i + 1}));
+}
+
+TEST(Thumbnail, StepZeroReadsOnePixelEverywhere) {
+  TestPicture p(640, 480, [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 255; });
+  std::uint8_t* dot = &p.rgb[3 * (200 * 640 + 300)];
+  dot[0] = 10, dot[1] = 20, dot[2] = 30;
+  const auto thumb = thumbnail_of(p.packed());
+  for (int i = 0; i < kThumbPixels; ++i) {
+    ASSERT_EQ(thumb->plane[kPlaneRedCr][i], 10);
+    ASSERT_EQ(thumb->plane[kPlaneBlueCb][i], 30);
+  }
+}
+
+// The bitmap layout starts its rows so that its point samples are the packed
+// layout's, whatever the parity of the height.
+class BitmapLayout : public ::testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(BitmapLayout, PointSamplesMatchThePackedLayout) {
+  const auto [w, h] = GetParam();
+  const TestPicture p = coordinate_picture(w, h);
+  const BitmapPicture bitmap(p);
+  const auto packed = thumbnail_of(p.packed());
+  const auto from_bitmap = thumbnail_of(bitmap.picture);
+  EXPECT_EQ(std::memcmp(packed.get(), from_bitmap.get(), sizeof(_ThumbnailData)), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Parities, BitmapLayout,
+                         ::testing::Values(std::pair{512, 368}, std::pair{512, 369},
+                                           std::pair{368, 512}, std::pair{369, 513}));
+
+TEST(BitmapLayout, NeighbourhoodLiesTwoRadiiHigherThanInThePackedLayout) {
+  for (const int h : {460, 461}) {
+    const TestPicture p = coordinate_picture(640, h);
+    const BitmapPicture bitmap(p);
+    const auto thumb = thumbnail_of(bitmap.picture);
+    const int y0 = (h - 460) / 2;
+    for (int r = 1; r < 92; r += 9)
+      for (int col : {0, 77, 127})
+        EXPECT_EQ(source_of(*thumb, r, col), (Position{5 * col + 1, y0 + 5 * r + 1 - 2}))
+            << "height " << h << " row " << r;
+    // The top thumbnail row would lie above the picture: its top row is read.
+    EXPECT_EQ(source_of(*thumb, 0, 3), (Position{16, 0})) << "height " << h;
+  }
+}
+
+}  // namespace
+}  // namespace zkimgset::autosetup
