@@ -281,6 +281,45 @@ extern "C" {
    filled while the status keeps its earlier value. Locks. */
 ZKIMGSET_API int ZKIMGSET_CALL Set3dFile(const char* name);
 
+/* ---- Automatic set-up analysis ----------------------------------------- */
+/*
+ * The analysis runs under setup_mode (ZKIMGSET_SETUP_* bits, 0 after load),
+ * which it does not set itself: a host stores it through the set-up exports.
+ * With setup_mode 0 the result is neutral: offsets 0, saturation 1024 and
+ * the level-gamma-only tone curve. The analysis may clear bits of setup_mode
+ * (an unusable picture keeps only 0x40; a picture unsuited to grouping loses
+ * 0x10), and they stay cleared for later calls. None of these exports locks:
+ * a host that analyses from several threads serialises the calls itself.
+ */
+
+/* Analyses a picture of packed 24-bit pixels (R, G, B, rows top first, no
+   padding) and fills result with its tone curve, colour-balance offsets and
+   saturation coefficients. flash is the Exif Flash value (255 = unknown),
+   brightness_mother and brightness_child the denominator and numerator of
+   the Exif BrightnessValue; they are stored for the analysis and later
+   set-ups. Returns 0; ZKIMGSET_BAD_ARGUMENT for a null pointer or a side
+   below 1 or above 32767; ZKIMGSET_BAD_SIZE unless one side is at least 128
+   and the other at least 92, both at most 6144; ZKIMGSET_OUT_OF_MEMORY.
+   Nothing is written to result on failure. */
+ZKIMGSET_API int ZKIMGSET_CALL GetAtParamEx(const void* image, int width, int height,
+                                            AutoSetupParam* result, unsigned short flash,
+                                            int brightness_mother, int brightness_child);
+
+/* GetAtParamEx with flash unknown (255) and no brightness (0, 0). */
+ZKIMGSET_API int ZKIMGSET_CALL GetAtParam(const void* image, int width, int height,
+                                          AutoSetupParam* result);
+
+/* Kept for old hosts: only stores flash, brightness_child and
+   brightness_mother for later set-ups and returns 0. It neither reads bits
+   nor writes result. */
+ZKIMGSET_API int ZKIMGSET_CALL GetAtParamFromDIBitsEx(const void* bits, int width, int height,
+                                                      AutoSetupParam* result, unsigned short flash,
+                                                      int brightness_mother, int brightness_child);
+
+/* GetAtParamFromDIBitsEx with 255, 0, 0: stores them and returns 0. */
+ZKIMGSET_API int ZKIMGSET_CALL GetAtParamFromDIBits(const void* bits, int width, int height,
+                                                    AutoSetupParam* result);
+
 /* Stores the colour conversion mode (ZKIMGSET_CONV_* bits); every value is
    accepted. Always returns 0. Locks. */
 ZKIMGSET_API int ZKIMGSET_CALL SetColorConvMode(unsigned short mode);

@@ -32,6 +32,28 @@ struct ChromaEstimate {
   double tm = 0;                        // twice the grey threshold at the mean luminance
 };
 
+inline constexpr int kMaxGroups = kThumbPixels / 2;  // 5888: more is a failed grouping
+
+// One group of similar neighbouring thumbnail pixels, after renumbering.
+struct Group {
+  std::int32_t mean_y = 0, mean_cb = 0, mean_cr = 0;
+  std::uint8_t min_column = 0, max_column = 0, min_row = 0, max_row = 0;
+};
+
+// What the group analysis works on and leaves behind.
+struct GroupState {
+  std::uint16_t label[kThumbPixels] = {};
+  Group group[kMaxGroups] = {};
+  std::uint16_t count[kMaxGroups] = {};  // pixels a group holds; 0 once ruled out as subject
+  std::uint8_t excluded[kMaxGroups] = {};
+  std::int16_t cb_limit = 0, cr_limit = 0;  // tolerances beside toler
+  std::int16_t cb_dif = 0, cr_dif = 0;      // mean neighbour differences
+  std::uint16_t kept_hist[kLevels] = {};
+  std::uint16_t subject_hist[kLevels] = {};
+  std::int32_t subject_y = 0, subject_cb = 0, subject_cr = 0;  // subject means
+  std::uint8_t subject_box[4] = {};  // min column, max column, min row, max row
+};
+
 struct AnalysisState {
   // The named quantities, as the dump prints them.
   std::int16_t cb_ofs = 0, cr_ofs = 0;
@@ -55,6 +77,15 @@ struct AnalysisState {
   std::uint16_t zone_density[3] = {};  // zones 1 (outer ring), 2, 3 (centre)
   ChromaEstimate chroma;
   bool usable = false;
+
+  // The group analysis and the density it selects.
+  GroupState groups;
+  std::uint16_t selected_count = 0;  // pixels of the kept groups (11776 when all count)
+  std::uint16_t density_weight = 0;  // pixels of the subject
+  // Gradation by-products: the level map of the full gradation and the level
+  // gamma table of the final stage.
+  float level_map[kLevels] = {};
+  std::uint8_t level_gamma[kLevels] = {};
 
   // Channel gains: the grey-pixel gains of the statistics stage, then the
   // colour-balance decision's; 1.0 is no change.

@@ -3,6 +3,7 @@
 // exception inside.
 #include <mutex>
 
+#include "autosetup/analysis.h"
 #include "autosetup/analysis_state.h"
 #include "autosetup/dump.h"
 #include "colour/table_files.h"
@@ -67,6 +68,35 @@ int Set3dFile(const char* name) {
     const std::lock_guard hold(state.lock);
     return colour::set_3d_file(state, name, colour::Grid3d::Nodes32);
   });
+}
+
+// ---- Analysis (no lock) -----------------------------------------------------
+
+int GetAtParamEx(const void* image, int width, int height, AutoSetupParam* result,
+                 unsigned short flash, int brightness_mother, int brightness_child) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    return zkimgset::autosetup::get_at_param(
+        static_cast<const std::uint8_t*>(image), width, height, result, flash, brightness_mother,
+        brightness_child, zkimgset::autosetup::analysis_state(), library_state());
+  });
+}
+
+int GetAtParam(const void* image, int width, int height, AutoSetupParam* result) {
+  return GetAtParamEx(image, width, height, result, zkimgset::ShootingValues::kFlashUnknown, 0, 0);
+}
+
+int GetAtParamFromDIBitsEx(const void*, int, int, AutoSetupParam*, unsigned short flash,
+                           int brightness_mother, int brightness_child) {
+  ExifParam& shot = library_state().shooting.param;
+  shot.Flash = flash;
+  shot.BrightnessValue_num = brightness_child;
+  shot.BrightnessValue_den = brightness_mother;
+  return ZKIMGSET_OK;
+}
+
+int GetAtParamFromDIBits(const void* bits, int width, int height, AutoSetupParam* result) {
+  return GetAtParamFromDIBitsEx(bits, width, height, result,
+                                zkimgset::ShootingValues::kFlashUnknown, 0, 0);
 }
 
 // ---- Colour arithmetic -----------------------------------------------------

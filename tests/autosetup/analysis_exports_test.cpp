@@ -1,0 +1,61 @@
+// The analysis exports as a host calls them.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/temp_folder.h"
+#include "zkimgset/zkimgset.h"
+
+namespace {
+
+TEST(AnalysisExports, CheckSizesAndPointers) {
+  const std::vector<unsigned char> pixels(3 * 6145 * 200, 77);
+  AutoSetupParam record;
+  EXPECT_EQ(GetAtParam(pixels.data(), 128, 92, &record), ZKIMGSET_OK);
+  EXPECT_EQ(GetAtParam(pixels.data(), 92, 128, &record), ZKIMGSET_OK);
+  EXPECT_EQ(GetAtParam(pixels.data(), 127, 92, &record), ZKIMGSET_BAD_SIZE);
+  EXPECT_EQ(GetAtParam(pixels.data(), 6145, 200, &record), ZKIMGSET_BAD_SIZE);
+  EXPECT_EQ(GetAtParam(pixels.data(), 0, 200, &record), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(GetAtParam(nullptr, 200, 200, &record), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(GetAtParamEx(pixels.data(), 200, 200, nullptr, 255, 0, 0), ZKIMGSET_BAD_ARGUMENT);
+}
+
+TEST(AnalysisExports, FreshLibraryGivesTheNeutralRecord) {
+  const std::vector<unsigned char> pixels(3 * 300 * 200, 120);
+  AutoSetupParam record;
+  std::memset(&record, 0xEE, sizeof record);
+  ASSERT_EQ(GetAtParamEx(pixels.data(), 300, 200, &record, 0, 10, 35), ZKIMGSET_OK);
+  EXPECT_EQ(record.cb_ofs, 0);
+  EXPECT_EQ(record.cr_ofs, 0);
+  for (short c : record.sat_coef) EXPECT_EQ(c, 1024);
+  EXPECT_EQ(record.tone[0], 0);
+  EXPECT_EQ(record.tone[255], 255);
+  EXPECT_LE(record.tone[128], 128);
+  EXPECT_GE(record.tone[128], 127);
+}
+
+TEST(AnalysisExports, DIBitsVariantOnlyStoresTheShootingValues) {
+  AutoSetupParam record;
+  std::memset(&record, 0x5A, sizeof record);
+  const AutoSetupParam before = record;
+  EXPECT_EQ(GetAtParamFromDIBitsEx(nullptr, 0, 0, &record, 7, 10, 25), ZKIMGSET_OK);
+  EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+
+  zkimgset::testing::TempFolder folder;
+  tagRECT rect{0, 0, 127, 91};
+  auto thumb = std::make_unique<_ThumbnailData>();
+  DumpAutoSetupParam(folder.slashed().c_str(), "d", &rect, thumb.get());
+  std::ifstream in(folder.path() / "d_AutoSetupParam.txt");
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  EXPECT_NE(text.find("Flash : 7\nBrightnessValueChild\t25\nBrightnessValueMother\t10\n"),
+            std::string::npos);
+  EXPECT_EQ(GetAtParamFromDIBits(nullptr, 0, 0, nullptr), ZKIMGSET_OK);  // back to 255, 0, 0
+}
+
+}  // namespace
