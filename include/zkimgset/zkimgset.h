@@ -195,6 +195,22 @@ typedef struct ExifParamEx {
 
 #pragma pack(pop)
 
+/* Planar YCbCr data for ImageDataConvertEx mode 1, passed in place of the
+   pixels: the Y plane holds one byte a pixel, row after row; each chroma
+   plane holds its samples one after another, one for every h_factor pixels
+   of every v_factor-th row. The byte counts are checked (1 to 0x7FFFFFFF)
+   and no plane is read or written past its count. */
+typedef struct ZKImgSetPlanarYCbCr {
+  unsigned char* y;
+  unsigned char* cb;
+  unsigned char* cr;
+  uint32_t y_bytes;
+  uint32_t cb_bytes;
+  uint32_t cr_bytes;
+  int16_t h_factor; /* 1 or 2 */
+  int16_t v_factor; /* 1 or 2 */
+} ZKImgSetPlanarYCbCr;
+
 ZKIMGSET_SIZE_CHECK(tagRECT, 16);
 ZKIMGSET_SIZE_CHECK(AutoSetupParam, 460);
 ZKIMGSET_SIZE_CHECK(_ThumbnailData, 47104);
@@ -258,6 +274,20 @@ ZKIMGSET_API int ZKIMGSET_CALL Set3dFile_old(const char* name);
    or ZKIMGSET_OUT_OF_MEMORY. The 3-D status is not changed. */
 ZKIMGSET_API int ZKIMGSET_CALL Load3dpFile(const char* name);
 
+/* Applies a set-up record (from GetAtParamEx) and the library's colour
+   tables to a picture in place. mode 0: packed R, G, B rows (width x 3
+   bytes); mode 2: bitmap rows B, G, R padded to 4 bytes; mode 1: data is a
+   ZKImgSetPlanarYCbCr. Converts the area (inclusive) of a picture whose row
+   length is the bounds' width; the area must lie inside the bounds and the
+   bounds inside width x height. In colour conversion modes 0 and 2 pure
+   white stays white and no other pixel reaches 255 in every channel.
+   Returns 0; ZKIMGSET_BAD_ARGUMENT (null pointer, bad mode or rectangles);
+   ZKIMGSET_BAD_SIZE unless one side is at least 128 and the other at least
+   92, both at most 6144; ZKIMGSET_BAD_PLANAR; ZKIMGSET_OUT_OF_MEMORY when
+   start-up failed. The record stays loaded for later calls. No lock. */
+ZKIMGSET_API int ZKIMGSET_CALL ImageDataConvertEx(void* data, int width, int height, int mode,
+                                                  void* record, tagRECT* area, tagRECT* bounds);
+
 /* Debug dump of the last analysis: writes folder + base_name +
    "_AutoSetupParam.txt" (the analysis quantities, the tone and saturation
    tables), "_ThumbYCC128x92.raw" (Cr + 128, Y, Cb + 128 of each thumbnail
@@ -319,6 +349,50 @@ ZKIMGSET_API int ZKIMGSET_CALL GetAtParamFromDIBitsEx(const void* bits, int widt
 /* GetAtParamFromDIBitsEx with 255, 0, 0: stores them and returns 0. */
 ZKIMGSET_API int ZKIMGSET_CALL GetAtParamFromDIBits(const void* bits, int width, int height,
                                                     AutoSetupParam* result);
+
+/* ---- Density and colour-balance conversions ---------------------------- */
+/*
+ * In place on 24-bit pictures: packed R, G, B rows top first, or with _BGR
+ * bitmap rows of B, G, R padded to 4 bytes. Pure white margins are never
+ * changed: each stage converts the bounding box of the non-white pixels.
+ * The 3-D stage reserves pure white: no converted pixel reaches 255 in every
+ * channel unless it is pure white. Shifts are balance steps, clamped to
+ * -7..7. Returns 0; ZKIMGSET_OUT_OF_MEMORY when start-up failed; the failing
+ * table's status (17, 18, or -1 before any load) for a table the conversion
+ * needs; ZKIMGSET_BAD_ARGUMENT for a null buffer. All lock.
+ */
+
+/* Balance curves and 1-D table, then the 3-D table. */
+ZKIMGSET_API int ZKIMGSET_CALL Den2TA(unsigned char* pixels, int width, int height);
+ZKIMGSET_API int ZKIMGSET_CALL Den2TAEx(unsigned char* pixels, int width, int height, int red,
+                                        int green, int blue);
+ZKIMGSET_API int ZKIMGSET_CALL Den2TA_BGR(unsigned char* pixels, int width, int height);
+ZKIMGSET_API int ZKIMGSET_CALL Den2TA_BGREx(unsigned char* pixels, int width, int height, int red,
+                                            int green, int blue);
+/* The 3-D table alone. */
+ZKIMGSET_API int ZKIMGSET_CALL Vorn2TA(unsigned char* pixels, int width, int height);
+ZKIMGSET_API int ZKIMGSET_CALL Vorn2TA_BGR(unsigned char* pixels, int width, int height);
+/* Balance curves, then the 1-D table unless the colour conversion mode
+   leaves it out (the default mode 3 does). */
+ZKIMGSET_API int ZKIMGSET_CALL Den2Vorn(unsigned char* pixels, int width, int height);
+ZKIMGSET_API int ZKIMGSET_CALL Den2VornEx(unsigned char* pixels, int width, int height, int red,
+                                          int green, int blue);
+ZKIMGSET_API int ZKIMGSET_CALL Den2Vorn_BGR(unsigned char* pixels, int width, int height);
+ZKIMGSET_API int ZKIMGSET_CALL Den2Vorn_BGREx(unsigned char* pixels, int width, int height, int red,
+                                              int green, int blue);
+/* Balance curves alone. Also ZKIMGSET_BAD_SIZE unless one side is at least
+   128 and the other at least 92, both at most 6144. */
+ZKIMGSET_API int ZKIMGSET_CALL ColorBalanceAdj(unsigned char* pixels, int width, int height,
+                                               int red, int green, int blue);
+ZKIMGSET_API int ZKIMGSET_CALL ColorBalanceAdj_BGR(unsigned char* pixels, int width, int height,
+                                                   int red, int green, int blue);
+
+/* A bottom-up bitmap (B, G, R rows padded to 4 bytes) to top-down packed
+   R, G, B rows, in place. Row lengths are 16-bit quantities: widths above
+   21845 wrap. Reports nothing (returns 0). No lock. */
+ZKIMGSET_API int ZKIMGSET_CALL BgrRgbConversion(unsigned char* pixels, int width, int height);
+/* The reverse; the buffer must hold the padded bitmap size. Returns 0. */
+ZKIMGSET_API int ZKIMGSET_CALL RgbBgrConversion(unsigned char* pixels, int width, int height);
 
 /* Stores the colour conversion mode (ZKIMGSET_CONV_* bits); every value is
    accepted. Always returns 0. Locks. */

@@ -6,10 +6,12 @@
 #include "autosetup/analysis.h"
 #include "autosetup/analysis_state.h"
 #include "autosetup/dump.h"
+#include "colour/conversions.h"
 #include "colour/table_files.h"
 #include "colour/table_records.h"
 #include "frame/guard.h"
 #include "frame/library_state.h"
+#include "setup/image_data_convert.h"
 #include "zkimgset/zkimgset.h"
 
 using zkimgset::guarded;
@@ -49,6 +51,17 @@ int Set3dFile_old(const char* name) {
 
 int Load3dpFile(const char* name) {
   return guarded(ZKIMGSET_NOT_LOADED, [&] { return colour::load_3dp_file(library_state(), name); });
+}
+
+// ---- Image data conversion (no lock) -------------------------------------------
+
+int ImageDataConvertEx(void* data, int width, int height, int mode, void* record, tagRECT* area,
+                       tagRECT* bounds) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    return zkimgset::setup::image_data_convert(
+        library_state(), zkimgset::autosetup::analysis_state(), data, width, height, mode,
+        static_cast<const AutoSetupParam*>(record), area, bounds);
+  });
 }
 
 // ---- Analysis ----------------------------------------------------------------
@@ -97,6 +110,76 @@ int GetAtParamFromDIBitsEx(const void*, int, int, AutoSetupParam*, unsigned shor
 int GetAtParamFromDIBits(const void* bits, int width, int height, AutoSetupParam* result) {
   return GetAtParamFromDIBitsEx(bits, width, height, result,
                                 zkimgset::ShootingValues::kFlashUnknown, 0, 0);
+}
+
+// ---- Density and colour-balance conversions (lock) ----------------------------
+
+namespace {
+
+using zkimgset::autosetup::Layout;
+using zkimgset::colour::Core;
+
+int convert_locked(unsigned char* pixels, int width, int height, Layout layout, Core core,
+                   int red = 0, int green = 0, int blue = 0) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    return zkimgset::colour::convert(state, pixels, width, height, layout, core,
+                                     {red, green, blue});
+  });
+}
+
+}  // namespace
+
+int Den2TA(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::Density);
+}
+int Den2TAEx(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::Density, r, g, b);
+}
+int Den2TA_BGR(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::Density);
+}
+int Den2TA_BGREx(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::Density, r, g, b);
+}
+int Vorn2TA(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::ThreeD);
+}
+int Vorn2TA_BGR(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::ThreeD);
+}
+int Den2Vorn(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::OneD);
+}
+int Den2VornEx(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::OneD, r, g, b);
+}
+int Den2Vorn_BGR(unsigned char* p, int w, int h) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::OneD);
+}
+int Den2Vorn_BGREx(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::OneD, r, g, b);
+}
+int ColorBalanceAdj(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::PackedRgb, Core::Balance, r, g, b);
+}
+int ColorBalanceAdj_BGR(unsigned char* p, int w, int h, int r, int g, int b) {
+  return convert_locked(p, w, h, Layout::BitmapBgr, Core::Balance, r, g, b);
+}
+
+int BgrRgbConversion(unsigned char* pixels, int width, int height) {
+  return guarded(ZKIMGSET_OK, [&] {
+    zkimgset::colour::bitmap_to_packed(pixels, width, height);
+    return ZKIMGSET_OK;
+  });
+}
+
+int RgbBgrConversion(unsigned char* pixels, int width, int height) {
+  return guarded(ZKIMGSET_OK, [&] {
+    zkimgset::colour::packed_to_bitmap(pixels, width, height);
+    return ZKIMGSET_OK;
+  });
 }
 
 // ---- Colour arithmetic -----------------------------------------------------

@@ -49,6 +49,17 @@ struct ServiceBinding {
   void (*operation[kOperations])() = {};
 };
 
+// The colour arithmetic's process-wide state: the balance curve of each
+// channel (shift + 7), the channel look-up table built from them, and the
+// level stretch of the set-up colour table.
+struct ColourMath {
+  static constexpr std::int16_t kNoShift = 7;
+  std::int16_t curve_index[3] = {kNoShift, kNoShift, kNoShift};
+  std::uint8_t channel_table[256][3] = {};  // [input][channel]
+  float white[3] = {255.0f, 255.0f, 255.0f};
+  float black = 0.0f;
+};
+
 inline constexpr std::size_t kMakerTextBytes = 260;
 inline constexpr std::int16_t kDefaultColorConvMode =
     ZKIMGSET_CONV_SKIP_3D_TABLE | ZKIMGSET_CONV_SKIP_1D_TABLE;
@@ -73,6 +84,10 @@ struct LibraryState {
   ShootingValues shooting;
   SetupAdjustments adjust;
   ServiceBinding service;
+  // 1 while the set-up driver's call has had the Exif-tag service's automatic
+  // set-up correct the picture; the set-up colour table then does not blend.
+  std::int32_t service_setup_ran = 0;
+  ColourMath colour;
 };
 
 // The state of the loaded library.

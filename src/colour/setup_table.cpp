@@ -1,0 +1,174 @@
+// The set-up colour table, node by node (32 x 32 x 32, red outermost): an
+// optional skin-tone pull for small pictures, the channel gains in linear
+// light, the tone curve on luminance, the host's chroma shifts, saturation
+// by the share of the chroma limit a colour uses, a blend with a plain level
+// stretch, the balance curves and 1-D table, and the file's 3-D table.
+// Floating point is used only here, once a node, never per pixel. Kept on
+// purpose: chroma beyond its limit is left as it is, not pulled back.
+#include "colour/setup_table.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "autosetup/constant_tables.h"
+#include "colour/balance_curves.h"
+#include "colour/channel_table.h"
+#include "colour/interpolate3d.h"
+#include "colour/perceptual_space.h"
+#include "colour/table_limits.h"
+
+namespace zkimgset::colour {
+namespace {
+
+constexpr int kAxis = 32;
+constexpr int kHues = 360;
+constexpr std::int16_t kShiftLimit = 7;
+constexpr double kPi = 3.14159265358979323846;
+
+// The skin-tone pull of small pictures: colours within kSkinRadius of the
+// reference skin colour (CIELAB) move toward it, most at half the radius.
+constexpr Lab kSkin = {85, 14, 15};
+constexpr double kSkinRadius = 30;
+constexpr double kSkinPull = 2 * 5;
+
+int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
+
+std::vector<std::uint8_t> build_chroma_limits() {
+  std::vector<std::uint8_t> limits(255 * kHues);
+  for (int y = 1; y <= 255; ++y) {
+    for (int h = 0; h < kHues; ++h) {
+      const double c = std::cos(h * kPi / 180), s = std::sin(h * kPi / 180);
+      // Each channel is y + k m for chroma m along this hue.
+      const double k[3] = {1.402 * s, -0.34414 * c - 0.71414 * s, 1.772 * c};
+      double m = 255;
+      for (double kc : k) {
+        if (kc > 1e-12) m = std::min(m, (255 - y) / kc);
+        if (kc < -1e-12) m = std::min(m, -y / kc);
+      }
+      limits[std::size_t(y - 1) * kHues + std::size_t(h)] =
+          static_cast<std::uint8_t>(std::lround(std::clamp(m, 0.0, 255.0)));
+    }
+  }
+  return limits;
+}
+
+void pull_toward_skin(double& r, double& g, double& b) {
+  Lab lab = rgb_to_lab(r, g, b);
+  const double dl = lab.l - kSkin.l, da = lab.a - kSkin.a, db = lab.b - kSkin.b;
+  const double d = std::sqrt(dl * dl + da * da + db * db);
+  if (d >= kSkinRadius || d == 0) return;
+  const double amount = d <= kSkinRadius / 2 ? kSkinPull * d / kSkinRadius
+                                             : kSkinPull * (kSkinRadius - d) / kSkinRadius;
+  lab = {lab.l - dl * amount / d, lab.a - da * amount / d, lab.b - db * amount / d};
+  lab_to_rgb(lab, r, g, b);
+}
+
+}  // namespace
+
+std::uint8_t chroma_limit(int y, int degrees) noexcept {
+  static const std::vector<std::uint8_t> limits = build_chroma_limits();
+  return limits[std::size_t(std::clamp(y, 1, 255) - 1) * kHues +
+                std::size_t(std::clamp(degrees, 0, kHues - 1))];
+}
+
+// The blend applies when the flags ask for the service's set-up (31) or for
+// its colour path without statistics (27) and the service did not correct
+// the picture in this call: narrow-range pictures then get a plain level
+// stretch, wide-range ones the full correction.
+double blend_weight(const autosetup::AnalysisState& a, const LibraryState& library) noexcept {
+  if ((library.setup_mode != 31 && library.setup_mode != 27) || library.service_setup_ran == 1)
+    return 1.0;
+  const double range = a.wt_clp - a.bk_clp;
+  if (range < 66.666664) return 0.0;
+  if (range >= 233.33333) return 1.0;
+  return (range - 100) * 0.6 / 100 + 0.2;
+}
+
+void reset_colour_math(LibraryState& library) noexcept {
+  std::fill(std::begin(library.colour.white), std::end(library.colour.white), 255.0f);
+  library.colour.black = 0.0f;
+}
+
+void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a) noexcept {
+  std::uint8_t* table = library.ColorTable3dMain;
+  if (table == nullptr) return;
+  std::memset(table, 0, kTable3dBytes);
+  SetupAdjustments& adjust = library.adjust;
+  adjust.SetupAdjustC = std::clamp(adjust.SetupAdjustC, std::int16_t{-kShiftLimit}, kShiftLimit);
+  adjust.SetupAdjustD = std::clamp(adjust.SetupAdjustD, std::int16_t{-kShiftLimit}, kShiftLimit);
+  if (adjust.SetupAdjustLevel == 100 && adjust.SetupAdjustA == 0 && adjust.SetupAdjustB == 0 &&
+      adjust.SetupAdjustC == 0 && adjust.SetupAdjustD == 0)
+    library.setup_mode = static_cast<std::uint16_t>(library.setup_mode & ~0x40u);
+  const double w = blend_weight(a, library);
+  ColourMath& m = library.colour;
+  m.curve_index[0] = std::clamp<std::int16_t>(adjust.BalanceStep1, 0, 2 * kMaxShift);
+  m.curve_index[1] = std::clamp<std::int16_t>(adjust.BalanceStep2, 0, 2 * kMaxShift);
+  m.curve_index[2] = std::clamp<std::int16_t>(adjust.BalanceStep3, 0, 2 * kMaxShift);
+  build_channel_table_with_1d(library);
+  const auto& linear = autosetup::linear_level();
+  const auto& encode = autosetup::linear_to_level();
+  const bool use_file_table = (library.ColorConvMode & ZKIMGSET_CONV_SKIP_3D_TABLE) == 0 &&
+                              library.ColorTable3dAlt != nullptr;
+
+  for (int i = 0; i < kAxis; ++i) {
+    for (int j = 0; j < kAxis; ++j) {
+      for (int k = 0; k < kAxis; ++k) {
+        std::uint8_t* node = table + ((i * kAxis + j) * kAxis + k) * 3;
+        if (i == kAxis - 1 && j == kAxis - 1 && k == kAxis - 1) {
+          node[0] = node[1] = node[2] = 255;  // white stays white
+          continue;
+        }
+        const int input[3] = {node_input(i), node_input(j), node_input(k)};
+        double v[3] = {double(input[0]), double(input[1]), double(input[2])};
+        if ((library.setup_mode & ZKIMGSET_SETUP_SMALL_IMAGE) != 0)
+          pull_toward_skin(v[0], v[1], v[2]);
+        for (int c = 0; c < 3; ++c) {
+          const double x = std::clamp(a.gain[c] * linear[std::size_t(v[c])] * 1023.0, 0.0, 1023.0);
+          v[c] = encode[std::size_t(x)];
+        }
+        const float y = static_cast<float>(0.299 * v[0] + 0.587 * v[1] + 0.114 * v[2]);
+        float cb = static_cast<float>(-0.1687 * v[0] - 0.3313 * v[1] + 0.5 * v[2]);
+        float cr = static_cast<float>(0.5 * v[0] - 0.4187 * v[1] - 0.0813 * v[2]);
+        const int y2 = a.tone[std::clamp(static_cast<int>(y), 0, 255)];
+        cb += adjust.SetupAdjustC;
+        cr += adjust.SetupAdjustD;
+        double hue = std::atan2(cr, cb) * 180 / kPi;
+        if (hue < 0) hue += 360;
+        if (y2 == 0) {
+          cb = cr = 0;
+        } else {
+          const int limit = chroma_limit(y2, static_cast<int>(hue));
+          const double chroma = std::sqrt(double(cb) * cb + double(cr) * cr);
+          if (limit == 0 || chroma == 0) {
+            cb = cr = 0;
+          } else if (limit >= chroma) {
+            const int p = static_cast<int>(100 * chroma / limit + 0.5);
+            const double factor = p == 0 ? 1.0 : a.sat_coef[p - 1] / 1024.0;
+            cb = static_cast<float>(cb * factor);
+            cr = static_cast<float>(cr * factor);
+          }
+        }
+        const double corrected[3] = {y2 + 1.402 * cr, y2 - 0.34414 * cb - 0.71414 * cr,
+                                     y2 + 1.772 * cb};
+        int out[3];
+        for (int c = 0; c < 3; ++c) {
+          const double stretch =
+              std::clamp((input[c] - m.black) * 255.0 / (m.white[c] - m.black), 0.0, 255.0);
+          out[c] = std::clamp(static_cast<int>(w * corrected[c] + (1 - w) * stretch + 0.5), 0, 255);
+          if (library.setup_mode == 0) out[c] = input[c];
+          out[c] = m.channel_table[out[c]][c];
+        }
+        Rgb8 result{std::uint8_t(out[0]), std::uint8_t(out[1]), std::uint8_t(out[2])};
+        if (use_file_table) result = interpolate3d(library.ColorTable3dAlt, out[0], out[1], out[2]);
+        node[0] = result.r;
+        node[1] = result.g;
+        node[2] = result.b;
+      }
+    }
+  }
+}
+
+}  // namespace zkimgset::colour

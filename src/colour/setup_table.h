@@ -1,0 +1,28 @@
+// Building ColorTable3dMain, the 3-D table that carries the whole set-up
+// correction (tone, colour balance gains, saturation, the host's shifts and
+// balance curves, the 1-D and file 3-D tables) for the pixel pass.
+#pragma once
+
+#include <cstdint>
+
+#include "autosetup/analysis_state.h"
+#include "frame/library_state.h"
+
+namespace zkimgset::colour {
+
+// The largest chroma that keeps a colour of luminance level y (1..255) and
+// hue `degrees` (0..359) inside the RGB cube, rounded: row y - 1 of the
+// chroma-limit table.
+std::uint8_t chroma_limit(int y, int degrees) noexcept;
+
+// The blend weight between the full correction and a plain level stretch.
+double blend_weight(const autosetup::AnalysisState& analysis, const LibraryState& library) noexcept;
+
+// Rebuilds ColorTable3dMain from the analysis result and the library's
+// tables, modes and adjustments.
+void build_setup_table(LibraryState& library, const autosetup::AnalysisState& analysis) noexcept;
+
+// Puts the level stretch back to its defaults (white 255, black 0).
+void reset_colour_math(LibraryState& library) noexcept;
+
+}  // namespace zkimgset::colour

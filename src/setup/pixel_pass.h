@@ -1,0 +1,28 @@
+// The pixel pass every set-up path ends in: each pixel of an area through the
+// set-up colour table, in place; and its twin for planar YCbCr data.
+#pragma once
+
+#include <cstdint>
+
+#include "autosetup/picture.h"
+#include "frame/library_state.h"
+#include "zkimgset/zkimgset.h"
+
+namespace zkimgset::setup {
+
+// Converts the area (inclusive) of a picture whose row length in pixels is
+// the bounds' width. Three bytes of each pixel are read and written; with 32
+// bits per pixel the pointer advances 4 bytes a pixel but skips the rest of
+// each row as if pixels were 3 bytes wide (rows drift), as always.
+int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
+               autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept;
+
+// Converts planar YCbCr data of the bounds' size. 0, or 9 for a bad
+// descriptor.
+int ycbcr_pass(LibraryState& state, const ZKImgSetPlanarYCbCr& planes,
+               const tagRECT& bounds) noexcept;
+
+// One plane's value of the set-up table read as three 33 x 33 x 33 planes.
+int planar_interpolate(const std::uint8_t* table, int plane, int r, int g, int b) noexcept;
+
+}  // namespace zkimgset::setup

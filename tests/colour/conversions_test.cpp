@@ -1,0 +1,167 @@
+// The density and colour-balance conversions and the byte-order exports, on
+// a library state of the test's own.
+#include "colour/conversions.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "colour/balance_curves.h"
+#include "colour/table_limits.h"
+#include "support/pictures.h"
+
+namespace zkimgset::colour {
+namespace {
+
+using autosetup::Layout;
+using testing::TestPicture;
+
+int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
+
+class Conversions : public ::testing::Test {
+ protected:
+  // Identity 3-D table, and a 1-D table that inverts every level.
+  Conversions() : alt_(kTable3dBytes), table1d_(kTable1dBytes) {
+    for (int i = 0; i < 32; ++i)
+      for (int j = 0; j < 32; ++j)
+        for (int k = 0; k < 32; ++k) {
+          std::uint8_t* node = &alt_[((i * 32 + j) * 32 + k) * 3];
+          node[0] = std::uint8_t(node_input(i));
+          node[1] = std::uint8_t(node_input(j));
+          node[2] = std::uint8_t(node_input(k));
+        }
+    for (int level = 0; level < 256; ++level)
+      for (int c = 0; c < 3; ++c) table1d_[3 * level + c] = std::uint8_t(255 - level);
+    state_.ColorTable3dAlt = alt_.data();
+    state_.Table1d = table1d_.data();
+    state_.Table1dStatus = state_.Table3dStatus = 0;
+  }
+  int run(std::vector<std::uint8_t>& pixels, int w, int h, Core core, Shifts shifts = {},
+          Layout layout = Layout::PackedRgb) {
+    return convert(state_, pixels.data(), w, h, layout, core, shifts);
+  }
+  std::vector<std::uint8_t> alt_, table1d_;
+  LibraryState state_;
+};
+
+std::vector<std::uint8_t> mid_grey_with_white_border(int w, int h) {
+  const TestPicture p(w, h, [&](int x, int y, std::uint8_t* px) {
+    const bool border = x < 3 || y < 2 || x >= w - 4 || y >= h - 1;
+    px[0] = border ? 255 : 100;
+    px[1] = border ? 255 : 150;
+    px[2] = border ? 255 : 200;
+  });
+  return p.rgb;
+}
+
+TEST_F(Conversions, WhiteBorderIsLeftUntouched) {
+  state_.ColorConvMode = 0;  // the 1-D table turns white into black inside the picture
+  auto pixels = mid_grey_with_white_border(40, 30);
+  const auto before = pixels;
+  ASSERT_EQ(run(pixels, 40, 30, Core::Density), 0);
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) {
+      const std::size_t at = 3 * (std::size_t(y) * 40 + x);
+      const bool border = x < 3 || y < 2 || x >= 36 || y >= 29;
+      if (border) {
+        ASSERT_EQ(std::memcmp(&pixels[at], &before[at], 3), 0) << x << "," << y;
+      } else {
+        ASSERT_EQ(pixels[at], 155) << x << "," << y;  // 255 - 100 through the identity 3-D table
+      }
+    }
+}
+
+TEST_F(Conversions, StatusesComeInTheCoresOrder) {
+  std::vector<std::uint8_t> pixels(3 * 200 * 200, 77);
+  const auto before = pixels;
+  state_.Table3dStatus = -1;
+  EXPECT_EQ(run(pixels, 200, 200, Core::Density), -1);
+  EXPECT_EQ(run(pixels, 200, 200, Core::ThreeD), -1);
+  EXPECT_EQ(run(pixels, 200, 200, Core::OneD), 0);
+  state_.Table1dStatus = 17;
+  state_.Table3dStatus = 18;
+  EXPECT_EQ(run(pixels, 200, 200, Core::Density), 17);
+  EXPECT_EQ(run(pixels, 200, 200, Core::ThreeD), 18);
+  EXPECT_EQ(run(pixels, 200, 200, Core::Balance), 0) << "balance needs no table";
+  state_.StartupStatus = 3;
+  EXPECT_EQ(run(pixels, 200, 200, Core::Balance), 3);
+  EXPECT_EQ(convert(state_, nullptr, 200, 200, Layout::PackedRgb, Core::Balance, {}), 3);
+  state_.StartupStatus = 0;
+  EXPECT_EQ(convert(state_, nullptr, 200, 200, Layout::PackedRgb, Core::Balance, {}), 2);
+  pixels = before;
+  state_.Table1dStatus = 0;
+  EXPECT_EQ(run(pixels, 200, 200, Core::Density), 18);
+  EXPECT_EQ(pixels, before) << "a refused conversion touches nothing";
+}
+
+TEST_F(Conversions, BalanceSizeRule) {
+  std::vector<std::uint8_t> pixels(3 * 6145 * 128, 50);
+  const struct {
+    int w, h, status;
+  } cases[] = {{128, 91, 4},  {91, 128, 4},   {92, 128, 0},
+               {6144, 92, 0}, {6145, 100, 4}, {100, 6145, 4}};
+  for (const auto& c : cases)
+    EXPECT_EQ(run(pixels, c.w, c.h, Core::Balance), c.status) << c.w << "x" << c.h;
+}
+
+TEST_F(Conversions, WhiteGuardReservesPureWhite) {
+  // 23, 31, 39 lie on nodes of the identity table and come back as they are.
+  std::vector<std::uint8_t> pixels = {255, 255, 250, 255, 255, 255, 23, 31, 39};
+  ASSERT_EQ(run(pixels, 3, 1, Core::ThreeD), 0);
+  EXPECT_EQ(pixels, (std::vector<std::uint8_t>{254, 254, 250, 255, 255, 255, 23, 31, 39}));
+}
+
+TEST_F(Conversions, OneDStageFollowsTheModeAndTheShifts) {
+  auto ramp = [] {
+    std::vector<std::uint8_t> p(3 * 256);
+    for (int i = 0; i < 256; ++i) p[3 * i] = p[3 * i + 1] = p[3 * i + 2] = std::uint8_t(i);
+    p[0] = p[1] = p[2] = 1;  // keep the picture free of a white-only area
+    return p;
+  };
+  auto pixels = ramp();
+  ASSERT_EQ(run(pixels, 256, 1, Core::OneD), 0);  // mode 3: curves only, all shift 0
+  EXPECT_EQ(pixels, ramp()) << "identity channel table";
+
+  pixels = ramp();
+  ASSERT_EQ(run(pixels, 256, 1, Core::OneD, {9, 0, -100}), 0);
+  auto seven = ramp();
+  ASSERT_EQ(run(seven, 256, 1, Core::OneD, {7, 0, -7}), 0);
+  EXPECT_EQ(pixels, seven) << "shifts beyond 7 act as 7";
+  EXPECT_EQ(pixels[3 * 64], balance_curve(14)[64]);
+  EXPECT_EQ(pixels[3 * 64 + 2], balance_curve(0)[64]);
+
+  for (std::int16_t mode : {0, 1}) {
+    state_.ColorConvMode = mode;
+    pixels = ramp();
+    ASSERT_EQ(run(pixels, 256, 1, Core::OneD, {1, 0, 0}), 0);
+    EXPECT_EQ(pixels[3 * 64], 255 - balance_curve(8)[64]) << "curve, then the 1-D table";
+  }
+}
+
+TEST_F(Conversions, BitmapLayoutKeepsRedInTheThirdByte) {
+  std::vector<std::uint8_t> pixels = {10, 20, 30, 40, 50, 60, 0, 0};  // 2 pixels + padding
+  ASSERT_EQ(run(pixels, 2, 1, Core::OneD, {0, 0, 7}, Layout::BitmapBgr), 0);
+  EXPECT_EQ(pixels[0], balance_curve(14)[10]) << "blue is the first byte";
+  EXPECT_EQ(pixels[2], 30);
+  EXPECT_EQ(pixels[6], 0) << "padding untouched";
+}
+
+TEST(ByteOrder, RoundTripsOddWidths) {
+  for (const auto& [w, h] :
+       {std::pair{1, 1}, std::pair{3, 5}, std::pair{7, 2}, std::pair{129, 33}}) {
+    const TestPicture p = testing::noise_picture(w, h, unsigned(w * h));
+    const std::size_t padded = std::size_t((3 * w + 3) / 4 * 4) * std::size_t(h);
+    std::vector<std::uint8_t> buffer(padded, 0);
+    std::memcpy(buffer.data(), p.rgb.data(), p.rgb.size());
+    packed_to_bitmap(buffer.data(), w, h);
+    // Bottom row first, B G R.
+    EXPECT_EQ(buffer[0], p.pixel(0, h - 1)[2]);
+    EXPECT_EQ(buffer[2], p.pixel(0, h - 1)[0]);
+    bitmap_to_packed(buffer.data(), w, h);
+    EXPECT_EQ(std::memcmp(buffer.data(), p.rgb.data(), p.rgb.size()), 0) << w << "x" << h;
+  }
+}
+
+}  // namespace
+}  // namespace zkimgset::colour
