@@ -17,7 +17,8 @@ CMAKE_ARGS ?=
 
 MAKEFLAGS += --no-print-directory
 
-DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev
+DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev \
+                liblcms2-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: deps configure build check test asan demo format fuzz bench clean

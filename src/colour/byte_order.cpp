@@ -1,7 +1,11 @@
 // BgrRgbConversion and RgbBgrConversion: between bottom-up bitmap rows
-// (B, G, R, padded to 4 bytes) and top-down packed R, G, B rows, in place
-// through a temporary. The row length and its padding are 16-bit unsigned
-// quantities, so widths above 21845 wrap; that limit is part of the format.
+// (B, G, R, padded to 4 bytes) and top-down packed R, G, B rows, in place.
+// The row length and its padding are 16-bit unsigned quantities, so widths
+// above 21845 wrap; that limit is part of the format. Pictures of ordinary
+// widths are reordered in place with one row of scratch (a picture-sized
+// temporary costs more in fresh pages than the reordering itself); the
+// wrapping widths go through a temporary exactly as the format describes.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -10,6 +14,8 @@
 
 namespace zkimgset::colour {
 namespace {
+
+constexpr int kWidestUnwrapped = 21845;  // 3 x 21845 + padding still fits 16 bits
 
 struct Rows {
   std::uint16_t packed, padded;
@@ -21,38 +27,75 @@ Rows rows_of(int width) {
   return {packed, static_cast<std::uint16_t>(packed + pad)};
 }
 
+// Copies `pixels` pixels from src to dst exchanging the first and third
+// byte; dst may equal src or lie below it.
+void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i, src += 3, dst += 3) {
+    const std::uint8_t a = src[0], b = src[1], c = src[2];
+    dst[0] = c;
+    dst[1] = b;
+    dst[2] = a;
+  }
+}
+
+void reverse_rows(std::uint8_t* pixels, std::size_t row, int height) {
+  std::vector<std::uint8_t> scratch(row);
+  for (int top = 0, bottom = height - 1; top < bottom; ++top, --bottom) {
+    std::uint8_t* a = pixels + row * std::size_t(top);
+    std::uint8_t* b = pixels + row * std::size_t(bottom);
+    std::memcpy(scratch.data(), a, row);
+    std::memcpy(a, b, row);
+    std::memcpy(b, scratch.data(), row);
+  }
+}
+
+// The format's own way, through a picture-sized temporary.
+void reorder_through_temporary(std::uint8_t* pixels, int height, Rows from, Rows to,
+                               std::size_t copied, std::size_t written) {
+  std::vector<std::uint8_t> out(written);
+  for (int y = 0; y < height; ++y)
+    copy_swapped(out.data() + std::size_t(to.padded) * std::size_t(y),
+                 pixels + std::size_t(from.padded) * std::size_t(height - 1 - y), from.packed / 3);
+  std::memcpy(pixels, out.data(), copied);
+}
+
 }  // namespace
 
 void bitmap_to_packed(std::uint8_t* pixels, int width, int height) {
   if (pixels == nullptr || width <= 0 || height <= 0) return;
   const Rows rows = rows_of(width);
-  std::vector<std::uint8_t> out(std::size_t(width) * 3 * std::size_t(height));
-  for (int y = 0; y < height; ++y) {
-    const std::uint8_t* src = pixels + std::size_t(rows.padded) * std::size_t(height - 1 - y);
-    std::uint8_t* dst = out.data() + std::size_t(rows.packed) * std::size_t(y);
-    for (int x = 0; x < rows.packed / 3; ++x, src += 3, dst += 3) {
-      dst[0] = src[2];
-      dst[1] = src[1];
-      dst[2] = src[0];
-    }
+  if (width > kWidestUnwrapped) {
+    const std::size_t size = std::size_t(width) * 3 * std::size_t(height);
+    reorder_through_temporary(pixels, height, rows, {rows.packed, rows.packed}, size, size);
+    return;
   }
-  std::memcpy(pixels, out.data(), out.size());
+  // Swap and close up the rows (each moves down, never onto one not yet
+  // read), then turn the row order over.
+  for (int y = 0; y < height; ++y)
+    copy_swapped(pixels + std::size_t(rows.packed) * std::size_t(y),
+                 pixels + std::size_t(rows.padded) * std::size_t(y), std::size_t(width));
+  reverse_rows(pixels, rows.packed, height);
 }
 
 void packed_to_bitmap(std::uint8_t* pixels, int width, int height) {
   if (pixels == nullptr || width <= 0 || height <= 0) return;
   const Rows rows = rows_of(width);
-  std::vector<std::uint8_t> out(std::size_t(rows.padded) * std::size_t(height));  // zeroed
-  for (int y = 0; y < height; ++y) {
-    const std::uint8_t* src = pixels + std::size_t(rows.packed) * std::size_t(y);
-    std::uint8_t* dst = out.data() + std::size_t(rows.padded) * std::size_t(height - 1 - y);
-    for (int x = 0; x < rows.packed / 3; ++x, src += 3, dst += 3) {
-      dst[0] = src[2];
-      dst[1] = src[1];
-      dst[2] = src[0];
-    }
+  if (width > kWidestUnwrapped) {
+    const std::size_t size = std::size_t(rows.padded) * std::size_t(height);
+    reorder_through_temporary(pixels, height, {rows.packed, rows.packed}, rows, size, size);
+    return;
   }
-  std::memcpy(pixels, out.data(), out.size());
+  // Turn the row order over, then swap and spread the rows out to their
+  // padded places from the last down (each moves up, never onto one not yet
+  // read), clearing the padding.
+  reverse_rows(pixels, rows.packed, height);
+  std::uint8_t row[3 * kWidestUnwrapped];
+  for (int y = height - 1; y >= 0; --y) {
+    copy_swapped(row, pixels + std::size_t(rows.packed) * std::size_t(y), std::size_t(width));
+    std::uint8_t* dst = pixels + std::size_t(rows.padded) * std::size_t(y);
+    std::memcpy(dst, row, rows.packed);
+    std::memset(dst + rows.packed, 0, std::size_t(rows.padded - rows.packed));
+  }
 }
 
 }  // namespace zkimgset::colour

@@ -11,6 +11,7 @@
 #include "colour/balance_curves.h"
 #include "colour/channel_table.h"
 #include "colour/interpolate3d.h"
+#include "colour/interpolate_run.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -46,17 +47,13 @@ void channel_stage(LibraryState& state, std::uint8_t* pixels, int width, int hei
 void three_d_stage(const std::uint8_t* table, std::uint8_t* pixels, int width, int height,
                    Layout layout) {
   const Interpolator interpolate(table);
-  const int red = layout == Layout::PackedRgb ? 0 : 2, blue = 2 - red;
-  for_each_in_content(pixels, width, height, layout, [&](std::uint8_t* p) {
-    const Rgb8 out = interpolate(p[red], p[1], p[blue]);
-    if (out.r == 255 && out.g == 255 && out.b == 255) {
-      p[0] = p[1] = p[2] = 255;
-      return;
-    }
-    p[red] = std::min<std::uint8_t>(out.r, 254);
-    p[1] = std::min<std::uint8_t>(out.g, 254);
-    p[blue] = std::min<std::uint8_t>(out.b, 254);
-  });
+  const Picture picture{pixels, width, height, layout};
+  const tagRECT area = autosetup::find_analysis_area(picture);
+  const RunOptions options{layout == Layout::BitmapBgr, true};
+  for (int y = area.top; y <= area.bottom; ++y)
+    interpolate_run(interpolate,
+                    pixels + picture.stride() * std::size_t(y) + 3 * std::size_t(area.left),
+                    std::size_t(area.right - area.left + 1), options);
 }
 
 void store_shifts(LibraryState& state, Shifts shifts) {

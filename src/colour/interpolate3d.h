@@ -29,6 +29,7 @@ class Interpolator {
  public:
   explicit Interpolator(const std::uint8_t* table) noexcept;
   Rgb8 operator()(std::uint8_t r, std::uint8_t g, std::uint8_t b) const noexcept;
+  const std::uint8_t* table() const noexcept { return table_; }
 
  private:
   const std::uint8_t* table_;

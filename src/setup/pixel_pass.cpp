@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "colour/interpolate3d.h"
+#include "colour/interpolate_run.h"
 
 namespace zkimgset::setup {
 namespace {
@@ -36,21 +37,16 @@ int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
   const long pad = bitmap ? (4 - 3 * row_pixels % 4) % 4 : 0;
   std::uint8_t* p = pixels + (3 * row_pixels + pad) * area.top + 3 * area.left;
   const long row_skip = 3 * (row_pixels - w) + pad;
-  const int red = bitmap ? 2 : 0, blue = 2 - red;
-  const bool guard = state.ColorConvMode == 0 || state.ColorConvMode == 2;
+  const colour::RunOptions options{bitmap, state.ColorConvMode == 0 || state.ColorConvMode == 2};
   const colour::Interpolator interpolate(state.ColorTable3dMain);
   for (long y = 0; y < h; ++y, p += row_skip) {
-    for (long x = 0; x < w; ++x, p += step) {
-      colour::Rgb8 out = interpolate(p[red], p[1], p[blue]);
-      if (guard && !(out.r == 255 && out.g == 255 && out.b == 255)) {
-        out.r = std::min<std::uint8_t>(out.r, 254);
-        out.g = std::min<std::uint8_t>(out.g, 254);
-        out.b = std::min<std::uint8_t>(out.b, 254);
-      }
-      p[red] = out.r;
-      p[1] = out.g;
-      p[blue] = out.b;
+    if (step == 3) {
+      colour::interpolate_run(interpolate, p, static_cast<std::size_t>(w), options);
+      p += 3 * w;
+      continue;
     }
+    for (long x = 0; x < w; ++x, p += step)
+      colour::interpolate_run_plain(interpolate, p, 1, options);
   }
   return ZKIMGSET_OK;
 }
