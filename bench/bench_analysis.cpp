@@ -12,6 +12,7 @@
 
 #include "autosetup/analysis.h"
 #include "autosetup/grouping.h"
+#include "bench_pictures.h"
 #include "ratio_reporter.h"
 
 namespace {
@@ -19,22 +20,9 @@ namespace {
 using namespace zkimgset;
 using namespace zkimgset::autosetup;
 
-std::vector<std::uint8_t> photograph(int width, int height) {
-  std::vector<std::uint8_t> rgb(3 * std::size_t(width) * height);
-  std::mt19937 random(1);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      const double shade = std::sin(x * 0.01) * std::cos(y * 0.013) * 0.5 + 0.5;
-      std::uint8_t* p = &rgb[3 * (std::size_t(y) * width + x)];
-      for (int c = 0; c < 3; ++c)
-        p[c] = static_cast<std::uint8_t>(30 + 180 * shade + c * 10 + random() % 16);
-    }
-  return rgb;
-}
-
 void GetAtParam_ours(benchmark::State& state) {
   const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-  const auto rgb = photograph(w, h);
+  const auto rgb = bench::photograph(w, h);
   AnalysisState analysis;
   LibraryState library;
   AutoSetupParam result;
@@ -45,12 +33,10 @@ void GetAtParam_ours(benchmark::State& state) {
 }
 
 void GetAtParam_floor(benchmark::State& state) {
-  const auto rgb = photograph(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+  const auto rgb =
+      bench::photograph(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
   for (auto _ : state) {
-    std::size_t non_white = 0;
-    for (std::size_t i = 0; i < rgb.size(); i += 3)
-      non_white += (rgb[i] & rgb[i + 1] & rgb[i + 2]) != 255;
-    benchmark::DoNotOptimize(non_white);
+    benchmark::DoNotOptimize(bench::count_non_white(rgb));
   }
 }
 

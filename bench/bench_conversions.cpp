@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "autosetup/analysis_state.h"
+#include "bench_pictures.h"
 #include "colour/conversions.h"
 #include "colour/setup_table.h"
 #include "colour/table_limits.h"
@@ -25,18 +26,7 @@ using namespace zkimgset;
 constexpr int kWidth = 6000, kHeight = 4000;
 
 const std::vector<std::uint8_t>& photograph() {
-  static const std::vector<std::uint8_t> rgb = [] {
-    std::vector<std::uint8_t> p(3 * std::size_t(kWidth) * kHeight);
-    std::mt19937 random(1);
-    for (int y = 0; y < kHeight; ++y)
-      for (int x = 0; x < kWidth; ++x) {
-        const double shade = std::sin(x * 0.004) * std::cos(y * 0.005) * 0.5 + 0.5;
-        std::uint8_t* px = &p[3 * (std::size_t(y) * kWidth + x)];
-        for (int c = 0; c < 3; ++c)
-          px[c] = static_cast<std::uint8_t>(20 + 200 * shade + 10 * c + random() % 12);
-      }
-    return p;
-  }();
+  static const std::vector<std::uint8_t> rgb = bench::photograph(kWidth, kHeight);
   return rgb;
 }
 

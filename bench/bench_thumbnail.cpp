@@ -12,6 +12,7 @@
 #include "autosetup/analysis_area.h"
 #include "autosetup/statistics.h"
 #include "autosetup/thumbnail.h"
+#include "bench_pictures.h"
 #include "ratio_reporter.h"
 
 namespace {
@@ -19,17 +20,9 @@ namespace {
 using namespace zkimgset;
 using namespace zkimgset::autosetup;
 
-std::vector<std::uint8_t> photograph(int width, int height) {
-  std::vector<std::uint8_t> rgb(3 * std::size_t(width) * height);
-  std::mt19937 random(1);
-  for (std::size_t i = 0; i < rgb.size(); ++i)
-    rgb[i] = static_cast<std::uint8_t>((i / 3 % 977 + random() % 32) % 255);
-  return rgb;
-}
-
 void Analysis_ours(benchmark::State& state) {
   const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-  const auto rgb = photograph(w, h);
+  const auto rgb = bench::photograph(w, h);
   const Picture picture{rgb.data(), w, h, Layout::PackedRgb};
   auto thumb = std::make_unique<_ThumbnailData>();
   AnalysisState analysis;
@@ -43,12 +36,9 @@ void Analysis_ours(benchmark::State& state) {
 
 void Analysis_floor(benchmark::State& state) {
   const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-  const auto rgb = photograph(w, h);
+  const auto rgb = bench::photograph(w, h);
   for (auto _ : state) {
-    std::size_t non_white = 0;
-    for (std::size_t i = 0; i < rgb.size(); i += 3)
-      non_white += (rgb[i] & rgb[i + 1] & rgb[i + 2]) != 255;
-    benchmark::DoNotOptimize(non_white);
+    benchmark::DoNotOptimize(bench::count_non_white(rgb));
   }
 }
 

@@ -9,6 +9,7 @@
 
 #include "colour/balance_curves.h"
 #include "colour/table_limits.h"
+#include "support/colour_tables.h"
 #include "support/pictures.h"
 
 namespace zkimgset::colour {
@@ -17,20 +18,10 @@ namespace {
 using autosetup::Layout;
 using testing::TestPicture;
 
-int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
-
 class Conversions : public ::testing::Test {
  protected:
   // Identity 3-D table, and a 1-D table that inverts every level.
-  Conversions() : alt_(kTable3dBytes), table1d_(kTable1dBytes) {
-    for (int i = 0; i < 32; ++i)
-      for (int j = 0; j < 32; ++j)
-        for (int k = 0; k < 32; ++k) {
-          std::uint8_t* node = &alt_[((i * 32 + j) * 32 + k) * 3];
-          node[0] = std::uint8_t(node_input(i));
-          node[1] = std::uint8_t(node_input(j));
-          node[2] = std::uint8_t(node_input(k));
-        }
+  Conversions() : alt_(testing::identity_table_3d()), table1d_(kTable1dBytes) {
     for (int level = 0; level < 256; ++level)
       for (int c = 0; c < 3; ++c) table1d_[3 * level + c] = std::uint8_t(255 - level);
     state_.ColorTable3dAlt = alt_.data();

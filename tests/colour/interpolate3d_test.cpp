@@ -10,24 +10,10 @@
 
 #include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
+#include "support/colour_tables.h"
 
 namespace zkimgset::colour {
 namespace {
-
-int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
-
-std::vector<std::uint8_t> identity_table() {
-  std::vector<std::uint8_t> t(kTable3dBytes, 0);
-  for (int i = 0; i < 32; ++i)
-    for (int j = 0; j < 32; ++j)
-      for (int k = 0; k < 32; ++k) {
-        std::uint8_t* node = &t[((i * 32 + j) * 32 + k) * 3];
-        node[0] = static_cast<std::uint8_t>(node_input(i));
-        node[1] = static_cast<std::uint8_t>(node_input(j));
-        node[2] = static_cast<std::uint8_t>(node_input(k));
-      }
-  return t;
-}
 
 // The plain reading: grid coordinate, node and fraction per channel, the
 // eight corner weights, (256 + sum) >> 9, limited.
@@ -54,7 +40,7 @@ Rgb8 reference(const std::vector<std::uint8_t>& t, int r, int g, int b) {
 }
 
 TEST(Interpolate3d, IdentityTableTellingValues) {
-  const auto t = identity_table();
+  const auto t = testing::identity_table_3d();
   for (int v : {0, 15, 23, 255, 135})
     EXPECT_EQ(interpolate3d(t.data(), v, v, v),
               (Rgb8{std::uint8_t(v), std::uint8_t(v), std::uint8_t(v)}))

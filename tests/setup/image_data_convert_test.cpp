@@ -12,6 +12,7 @@
 #include "autosetup/analysis.h"
 #include "colour/table_limits.h"
 #include "setup/pixel_pass.h"
+#include "support/colour_tables.h"
 #include "support/pictures.h"
 
 namespace zkimgset::setup {
@@ -20,21 +21,9 @@ namespace {
 using autosetup::Layout;
 using testing::TestPicture;
 
-int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
-
 class PixelPass : public ::testing::Test {
  protected:
-  PixelPass() : main_(colour::kTable3dBytes) {
-    for (int i = 0; i < 32; ++i)
-      for (int j = 0; j < 32; ++j)
-        for (int k = 0; k < 32; ++k) {
-          std::uint8_t* node = &main_[((i * 32 + j) * 32 + k) * 3];
-          node[0] = std::uint8_t(node_input(i));
-          node[1] = std::uint8_t(node_input(j));
-          node[2] = std::uint8_t(node_input(k));
-        }
-    state_.ColorTable3dMain = main_.data();
-  }
+  PixelPass() : main_(testing::identity_table_3d()) { state_.ColorTable3dMain = main_.data(); }
   std::vector<std::uint8_t> main_;
   LibraryState state_;
 };
