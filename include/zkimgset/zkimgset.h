@@ -193,6 +193,22 @@ typedef struct ExifParamEx {
   uint8_t reserved2[2700]; /* always zero */
 } ExifParamEx;
 
+/* The 40-byte bitmap information header of ResizeExec's pictures (Windows'
+   BITMAPINFOHEADER layout). Only the width and height are read. */
+typedef struct ZKImgSetBitmapInfoHeader {
+  uint32_t biSize;
+  int32_t biWidth;
+  int32_t biHeight;
+  uint16_t biPlanes;
+  uint16_t biBitCount;
+  uint32_t biCompression;
+  uint32_t biSizeImage;
+  int32_t biXPelsPerMeter;
+  int32_t biYPelsPerMeter;
+  uint32_t biClrUsed;
+  uint32_t biClrImportant;
+} ZKImgSetBitmapInfoHeader;
+
 #pragma pack(pop)
 
 /* Planar YCbCr data for ImageDataConvertEx mode 1, passed in place of the
@@ -217,6 +233,7 @@ ZKIMGSET_SIZE_CHECK(_ThumbnailData, 47104);
 ZKIMGSET_SIZE_CHECK(ExifParam, 40);
 ZKIMGSET_SIZE_CHECK(ExifShotInfo, 556);
 ZKIMGSET_SIZE_CHECK(ExifParamEx, 3296);
+ZKIMGSET_SIZE_CHECK(ZKImgSetBitmapInfoHeader, 40);
 
 /* ---- Colour tables ------------------------------------------------------ */
 /*
@@ -393,6 +410,21 @@ ZKIMGSET_API int ZKIMGSET_CALL ColorBalanceAdj_BGR(unsigned char* pixels, int wi
 ZKIMGSET_API int ZKIMGSET_CALL BgrRgbConversion(unsigned char* pixels, int width, int height);
 /* The reverse; the buffer must hold the padded bitmap size. Returns 0. */
 ZKIMGSET_API int ZKIMGSET_CALL RgbBgrConversion(unsigned char* pixels, int width, int height);
+
+/* ---- Resize --------------------------------------------------------- */
+
+/* Scales a 24-bit bottom-up bitmap (rows padded to 4 bytes) to new_width x
+   new_height, keeping its proportions by cutting a centred strip off the
+   source (nothing is letter-boxed). Writes result_header (the source header
+   with the result's size) and the result's rows into result_pixels, which
+   must hold the requested size. Strong reductions (below one half) may give
+   a result one pixel smaller than asked; result_header says so. Returns 0;
+   ZKIMGSET_BAD_ARGUMENT for a null pointer or a size below 1;
+   ZKIMGSET_OUT_OF_MEMORY when a work buffer cannot be had. No lock. */
+ZKIMGSET_API int ZKIMGSET_CALL ResizeExec(const ZKImgSetBitmapInfoHeader* source_header,
+                                          const void* source_pixels,
+                                          ZKImgSetBitmapInfoHeader* result_header,
+                                          void* result_pixels, int new_width, int new_height);
 
 /* Stores the colour conversion mode (ZKIMGSET_CONV_* bits); every value is
    accepted. Always returns 0. Locks. */

@@ -11,6 +11,7 @@
 #include "colour/table_records.h"
 #include "frame/guard.h"
 #include "frame/library_state.h"
+#include "resize/resize_exec.h"
 #include "setup/image_data_convert.h"
 #include "zkimgset/zkimgset.h"
 
@@ -179,6 +180,18 @@ int RgbBgrConversion(unsigned char* pixels, int width, int height) {
   return guarded(ZKIMGSET_OK, [&] {
     zkimgset::colour::packed_to_bitmap(pixels, width, height);
     return ZKIMGSET_OK;
+  });
+}
+
+// ---- Resize (no lock) ----------------------------------------------------------
+
+int ResizeExec(const ZKImgSetBitmapInfoHeader* source_header, const void* source_pixels,
+               ZKImgSetBitmapInfoHeader* result_header, void* result_pixels, int new_width,
+               int new_height) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    return zkimgset::resize::resize_exec(
+        source_header, static_cast<const std::uint8_t*>(source_pixels), result_header,
+        static_cast<std::uint8_t*>(result_pixels), new_width, new_height);
   });
 }
 

@@ -1,0 +1,16 @@
+// The ResizeExec entry point over bitmap headers and pixel buffers.
+#pragma once
+
+#include <cstdint>
+
+#include "zkimgset/zkimgset.h"
+
+namespace zkimgset::resize {
+
+// 0, or 2 for a null pointer or a size below 1. Throws std::bad_alloc when a
+// work buffer cannot be had.
+int resize_exec(const ZKImgSetBitmapInfoHeader* src_header, const std::uint8_t* src_pixels,
+                ZKImgSetBitmapInfoHeader* dst_header, std::uint8_t* dst_pixels, int new_width,
+                int new_height);
+
+}  // namespace zkimgset::resize

@@ -1,0 +1,138 @@
+// Resizing: the cut, the kernel choice, each kernel's telling behaviour, and
+// a sweep of sizes that the sanitizer build turns into a bounds check.
+#include "resize/resize.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "resize/resize_exec.h"
+#include "support/pictures.h"
+
+namespace zkimgset::resize {
+namespace {
+
+// A bottom-up padded bitmap of a packed picture.
+std::vector<std::uint8_t> bitmap_of(const testing::TestPicture& p) {
+  const std::size_t stride = bitmap_stride(p.width);
+  std::vector<std::uint8_t> out(stride * std::size_t(p.height), 0);
+  for (int y = 0; y < p.height; ++y)
+    std::copy_n(p.pixel(0, y), 3 * std::size_t(p.width),
+                &out[stride * std::size_t(p.height - 1 - y)]);
+  return out;
+}
+
+struct Resized {
+  ZKImgSetBitmapInfoHeader header;
+  std::vector<std::uint8_t> pixels;
+  const std::uint8_t* pixel(int x, int y) const {
+    return &pixels[bitmap_stride(header.biWidth) * std::size_t(header.biHeight - 1 - y) +
+                   3 * std::size_t(x)];
+  }
+};
+
+Resized resize(const testing::TestPicture& p, int w, int h) {
+  const auto source = bitmap_of(p);
+  ZKImgSetBitmapInfoHeader header{40, p.width, p.height, 1, 24, 0, 0, 2834, 2834, 0, 0};
+  Resized out{};
+  out.pixels.assign(bitmap_stride(w) * std::size_t(h), 0xCD);
+  EXPECT_EQ(resize_exec(&header, source.data(), &out.header, out.pixels.data(), w, h), 0);
+  return out;
+}
+
+TEST(Resize, CutKeepsTheTargetsProportions) {
+  const Cut cut = cut_rectangle(400, 300, 132, 96);
+  EXPECT_EQ(cut.left, 0);
+  EXPECT_EQ(cut.width, 400);
+  EXPECT_EQ(cut.top, 4);
+  EXPECT_EQ(cut.height, 291);
+  EXPECT_EQ(kernel_for(132, 400), 4);
+  const Cut wide = cut_rectangle(1000, 100, 100, 100);  // a square from a strip
+  EXPECT_EQ(wide.height, 100);
+  EXPECT_EQ(wide.width, 100);
+  EXPECT_EQ(wide.left, 450);
+}
+
+TEST(Resize, KernelChoiceFollowsTheScale) {
+  EXPECT_EQ(kernel_for(100, 100), 1);
+  EXPECT_EQ(kernel_for(300, 100), 1);
+  EXPECT_EQ(kernel_for(50, 100), 2);
+  EXPECT_EQ(kernel_for(99, 100), 2);
+  EXPECT_EQ(kernel_for(49, 100), 3);
+  EXPECT_EQ(kernel_for(34, 100), 3);
+  EXPECT_EQ(kernel_for(33, 100), 4);
+}
+
+TEST(Resize, SameSizeAveragesEachPixelWithTheNext) {
+  const testing::TestPicture p = testing::noise_picture(9, 7, 4);
+  const Resized out = resize(p, 9, 7);
+  EXPECT_EQ(out.header.biWidth, 9);
+  EXPECT_EQ(out.header.biPlanes, 1) << "the rest of the header is the source's";
+  // One row pass, then one column pass, each (a + b + 1) / 2.
+  auto row_mean = [&](int x, int y) {
+    const int last = p.width - 1;
+    const int a = p.pixel(x, y)[0], b = p.pixel(std::min(x + 1, last), y)[0];
+    return (a + b + 1) / 2;
+  };
+  for (int y = 0; y < 7; ++y)
+    for (int x = 0; x < 9; ++x) {
+      const int below = std::min(y + 1, 6);
+      EXPECT_EQ(out.pixel(x, y)[0], (row_mean(x, y) + row_mean(x, below) + 1) / 2) << x << "," << y;
+    }
+}
+
+TEST(Resize, StrongReductionWritesItsSizeAndBlackensThinOutputs) {
+  const testing::TestPicture p(400, 300,
+                               [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 200; });
+  const Resized out = resize(p, 132, 96);
+  EXPECT_EQ(out.header.biWidth, 132);
+  EXPECT_EQ(out.header.biHeight, 96);
+  // 400 / 132: outputs of three or four taps keep the level (the weights sum
+  // to 65536); with 3.03 source pixels an output some outputs cover only two
+  // or three taps.
+  int black = 0, grey = 0;
+  for (int x = 0; x < 132; ++x) {
+    const int v = out.pixel(x, 50)[0];
+    black += v == 0;
+    grey += v >= 199 && v <= 201;
+  }
+  EXPECT_EQ(black + grey, 132);
+  EXPECT_GT(black, 0) << "outputs of two taps come out black";
+  EXPECT_EQ(out.pixel(0, 50)[0], 0) << "the first output covers two pixels";
+}
+
+TEST(Resize, ResultHeaderStatesAReducedSize) {
+  // A portrait target between a half and a third: kernel 3 measures the
+  // height against twice the new width and gives one row less.
+  const testing::TestPicture p = testing::noise_picture(300, 300, 8);
+  EXPECT_EQ(kernel_for(100, cut_rectangle(300, 300, 100, 130).width), 3);
+  const Resized out = resize(p, 100, 130);
+  EXPECT_EQ(out.header.biWidth, 100);
+  EXPECT_EQ(out.header.biHeight, 129);
+}
+
+TEST(Resize, SweepOfSizesStaysInsideTheBuffers) {
+  const int sizes[] = {1, 2, 3, 5, 16, 47, 128, 333};
+  for (int w : sizes)
+    for (int h : sizes) {
+      const testing::TestPicture p = testing::noise_picture(w, h, unsigned(w * 1000 + h));
+      for (int nw : sizes)
+        for (int nh : {1, 7, 96, 500}) {
+          const Resized out = resize(p, nw, nh);
+          ASSERT_LE(out.header.biWidth, nw);
+          ASSERT_LE(out.header.biHeight, nh);
+        }
+    }
+}
+
+TEST(Resize, RefusesMissingBuffersAndEmptySizes) {
+  ZKImgSetBitmapInfoHeader header{40, 10, 10, 1, 24, 0, 0, 0, 0, 0, 0}, out{};
+  std::vector<std::uint8_t> pixels(bitmap_stride(10) * 10);
+  EXPECT_EQ(resize_exec(nullptr, pixels.data(), &out, pixels.data(), 5, 5), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(resize_exec(&header, pixels.data(), &out, pixels.data(), 0, 5), ZKIMGSET_BAD_ARGUMENT);
+  header.biHeight = -10;
+  EXPECT_EQ(resize_exec(&header, pixels.data(), &out, pixels.data(), 5, 5), ZKIMGSET_BAD_ARGUMENT);
+}
+
+}  // namespace
+}  // namespace zkimgset::resize
