@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <mutex>
 
+#include "frame/service_binding.h"
 #include "platform/zeroed_alloc.h"
 #include "zkimgset/zkimgset.h"
 
@@ -40,13 +41,6 @@ struct SetupAdjustments {
   std::int16_t BalanceStep1 = kNeutralBalanceStep;
   std::int16_t BalanceStep2 = kNeutralBalanceStep;
   std::int16_t BalanceStep3 = kNeutralBalanceStep;
-};
-
-// The Exif-tag service binding: unbound while the module is null.
-struct ServiceBinding {
-  static constexpr int kOperations = 9;
-  void* module = nullptr;
-  void (*operation[kOperations])() = {};
 };
 
 // The colour arithmetic's process-wide state: the balance curve of each
