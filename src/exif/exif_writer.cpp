@@ -185,7 +185,8 @@ void write_ifd(ExifFileStream& out, const ExifIfd& ifd, std::uint64_t start, std
   out.write(&count, sizeof count, 1);
   std::uint64_t value_area = start + kIfdEntryBytes * count + kIfdCountBytes + kIfdNextBytes;
   std::uint64_t at = start + kIfdCountBytes;
-  for (const auto& [number, tag] : ifd) {
+  for (const auto& entry : ifd) {
+    const ExifTag& tag = entry.second;  // a named reference: lambdas may not capture bindings
     as_code(code::kEntryWriteFailed, [&] {
       out.seek(static_cast<std::int64_t>(at), SEEK_SET);
       out.write(&tag.tag, sizeof tag.tag, 1);
