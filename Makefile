@@ -17,7 +17,10 @@ CMAKE_ARGS ?=
 
 MAKEFLAGS += --no-print-directory
 
-DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev
+# libimage-exiftool-perl: the golden values of the Exif tests are written with
+# it (tests/exif/make_golden.pl) and the Exif benchmark compares with it.
+DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev \
+                libimage-exiftool-perl
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: deps configure build check test asan demo format fuzz bench clean
