@@ -40,7 +40,8 @@ struct Written {
 
 std::uint32_t u32_of(const ExifTag* tag) {
   std::uint32_t value = 0;
-  if (tag != nullptr) std::memcpy(&value, tag->value.data(), sizeof value);
+  if (tag != nullptr)
+    std::memcpy(&value, tag->value.data(), std::min(sizeof value, tag->value.size()));
   return value;
 }
 
@@ -79,7 +80,7 @@ TEST(ExifWriter, RemovesImageStructureAndAddsTheAlwaysGroups) {
   std::memcpy(resolution, x->value.data(), sizeof resolution);
   EXPECT_EQ(resolution[0], 720000u) << "kept unreduced";
   EXPECT_EQ(resolution[1], 10000u);
-  EXPECT_EQ(u32_of(d.ifd0.find(0x0213)) & 0xFFFF, 1u);
+  EXPECT_EQ(u32_of(d.ifd0.find(0x0213)), 1u);
   EXPECT_EQ(std::string(d.exif.find(0x9000)->value.begin(), d.exif.find(0x9000)->value.end()),
             "0220")
       << "a present ExifVersion keeps its value";
