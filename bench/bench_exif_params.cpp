@@ -60,10 +60,10 @@ void OneFile_peer(benchmark::State& state) { read_peer(state, {kOneFile}); }
 void AllFiles_ours(benchmark::State& state) { read_ours(state, real_files()); }
 void AllFiles_peer(benchmark::State& state) { read_peer(state, real_files()); }
 
-BENCHMARK(OneFile_ours)->Name("ExifOneFile/ours")->Unit(benchmark::kMicrosecond);
-BENCHMARK(OneFile_peer)->Name("ExifOneFile/peer")->Unit(benchmark::kMicrosecond)->Iterations(20);
-BENCHMARK(AllFiles_ours)->Name("ExifAllFiles/ours")->Unit(benchmark::kMillisecond);
-BENCHMARK(AllFiles_peer)->Name("ExifAllFiles/peer")->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(OneFile_ours)->Name("ExifOneFile/ours")->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(OneFile_peer)->Name("ExifOneFile/peer")->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(AllFiles_ours)->Name("ExifAllFiles/ours")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(AllFiles_peer)->Name("ExifAllFiles/peer")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 
