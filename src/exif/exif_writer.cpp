@@ -4,6 +4,7 @@
 #include "exif/exif_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -16,6 +17,8 @@ namespace {
 enum class Group { Always0th, AlwaysExif, Interop, Gps, Thumbnail };
 enum class Target { Ifd0, Exif, Interop, Ifd1 };
 
+using DefaultValue = std::array<std::uint8_t, 20>;
+
 // One default tag. For numbers the value holds them in host order; texts are
 // padded with blanks. A LONG of blanks is a placeholder that the writer
 // overwrites (the pointer and dimension tags): it makes the tag exist before
@@ -26,91 +29,82 @@ struct ExifDefaultTag {
   std::uint16_t number;
   std::uint16_t type;
   std::uint32_t count;
-  std::uint8_t value[20];
+  DefaultValue value;
 };
 
-constexpr std::uint8_t kBlank = ' ';
+// Up to two 32-bit numbers, in the host's order (little-endian: the public
+// header refuses big-endian hosts).
+constexpr DefaultValue numbers(std::uint32_t first, std::uint32_t second = 0) {
+  DefaultValue value{};
+  for (int i = 0; i < 4; ++i) {
+    value[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(first >> (8 * i));
+    value[static_cast<std::size_t>(4 + i)] = static_cast<std::uint8_t>(second >> (8 * i));
+  }
+  return value;
+}
+
+// A text padded with blanks to 19 characters and a NUL; "" gives all blanks.
+constexpr DefaultValue text(const char* chars) {
+  DefaultValue value{};
+  std::size_t i = 0;
+  for (; chars[i] != '\0'; ++i) value[i] = static_cast<std::uint8_t>(chars[i]);
+  for (; i < value.size() - 1; ++i) value[i] = ' ';
+  return value;
+}
+
+constexpr DefaultValue kPlaceholder = text("");
 // 720000/10000 is 72 dots per inch, kept unreduced on purpose: it is the
 // fraction the format's own writers have always stored.
-#define ZK_RESOLUTION 0x80, 0xFC, 0x0A, 0x00, 0x10, 0x27, 0x00, 0x00
-#define ZK_PLACEHOLDER kBlank, kBlank, kBlank, kBlank
-#define ZK_19_BLANKS                                                                              \
-  kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, \
-      kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, kBlank, 0
+constexpr DefaultValue kResolution = numbers(720000, 10000);
+constexpr std::uint16_t kInchUnit = 2;
+constexpr std::uint16_t kCentredPositioning = 1;
+constexpr std::uint16_t kSRgb = 1;
+constexpr std::uint16_t kJpegCompression = 6;
+// Y, Cb, Cr, then nothing.
+constexpr DefaultValue kComponents = {1, 2, 3, 0};
+// The other texts are blank-padded, but InteroperabilityIndex's count of 4
+// leaves room for "R98" and its NUL only: the NUL is written, so the text
+// stays a proper ASCII value.
+constexpr DefaultValue kR98 = {'R', '9', '8', '\0'};
 
 // Applied in this order. The dates are UNDEFINED rather than ASCII, and
 // Make, Model and the dates are added only when the file already has an
 // interoperability IFD: both kept on purpose.
 constexpr ExifDefaultTag kDefaults[] = {
-    {Group::Always0th, Target::Ifd0, tag::kXResolution, tiff_type::kRational, 1, {ZK_RESOLUTION}},
-    {Group::Always0th, Target::Ifd0, tag::kYResolution, tiff_type::kRational, 1, {ZK_RESOLUTION}},
-    {Group::Always0th, Target::Ifd0, tag::kResolutionUnit, tiff_type::kShort, 1, {2, 0}},
-    {Group::Always0th, Target::Ifd0, tag::kYCbCrPositioning, tiff_type::kShort, 1, {1, 0}},
-    {Group::Always0th, Target::Ifd0, tag::kExifIfdPointer, tiff_type::kLong, 1, {ZK_PLACEHOLDER}},
-    {Group::AlwaysExif,
-     Target::Exif,
-     tag::kExifVersion,
-     tiff_type::kUndefined,
-     4,
-     {'0', '2', '1', '0'}},
-    {Group::AlwaysExif,
-     Target::Exif,
-     tag::kComponentsConfiguration,
-     tiff_type::kUndefined,
-     4,
-     {1, 2, 3, 0}},
-    {Group::AlwaysExif,
-     Target::Exif,
-     tag::kFlashpixVersion,
-     tiff_type::kUndefined,
-     4,
-     {'0', '1', '0', '0'}},
-    {Group::AlwaysExif, Target::Exif, tag::kColorSpace, tiff_type::kShort, 1, {1, 0}},
-    {Group::AlwaysExif, Target::Exif, tag::kPixelXDimension, tiff_type::kLong, 1, {ZK_PLACEHOLDER}},
-    {Group::AlwaysExif, Target::Exif, tag::kPixelYDimension, tiff_type::kLong, 1, {ZK_PLACEHOLDER}},
-    {Group::Interop, Target::Interop, tag::kInteropIndex, tiff_type::kAscii, 4, {'R', '9', '8', 0}},
-    {Group::Interop,
-     Target::Interop,
-     tag::kInteropVersion,
-     tiff_type::kUndefined,
-     4,
-     {'0', '1', '0', '0'}},
-    {Group::Interop, Target::Ifd0, tag::kMake, tiff_type::kAscii, 20, {ZK_19_BLANKS}},
-    {Group::Interop, Target::Ifd0, tag::kModel, tiff_type::kAscii, 20, {ZK_19_BLANKS}},
-    {Group::Interop,
-     Target::Exif,
-     tag::kDateTimeOriginal,
-     tiff_type::kUndefined,
-     20,
-     {ZK_19_BLANKS}},
-    {Group::Interop,
-     Target::Exif,
-     tag::kDateTimeDigitized,
-     tiff_type::kUndefined,
-     20,
-     {ZK_19_BLANKS}},
-    {Group::Interop, Target::Exif, tag::kInteropIfdPointer, tiff_type::kLong, 1, {ZK_PLACEHOLDER}},
-    {Group::Gps, Target::Ifd0, tag::kGpsIfdPointer, tiff_type::kLong, 1, {0, 0, 0, 0}},
-    {Group::Thumbnail, Target::Ifd1, tag::kCompression, tiff_type::kShort, 1, {6, 0}},
-    {Group::Thumbnail, Target::Ifd1, tag::kXResolution, tiff_type::kRational, 1, {ZK_RESOLUTION}},
-    {Group::Thumbnail, Target::Ifd1, tag::kYResolution, tiff_type::kRational, 1, {ZK_RESOLUTION}},
-    {Group::Thumbnail, Target::Ifd1, tag::kResolutionUnit, tiff_type::kShort, 1, {2, 0}},
-    {Group::Thumbnail,
-     Target::Ifd1,
-     tag::kJpegInterchangeFormat,
-     tiff_type::kLong,
-     1,
-     {ZK_PLACEHOLDER}},
-    {Group::Thumbnail,
-     Target::Ifd1,
-     tag::kJpegInterchangeFormatLength,
-     tiff_type::kLong,
-     1,
-     {ZK_PLACEHOLDER}},
+    {Group::Always0th, Target::Ifd0, tag::kXResolution, tiff_type::kRational, 1, kResolution},
+    {Group::Always0th, Target::Ifd0, tag::kYResolution, tiff_type::kRational, 1, kResolution},
+    {Group::Always0th, Target::Ifd0, tag::kResolutionUnit, tiff_type::kShort, 1,
+     numbers(kInchUnit)},
+    {Group::Always0th, Target::Ifd0, tag::kYCbCrPositioning, tiff_type::kShort, 1,
+     numbers(kCentredPositioning)},
+    {Group::Always0th, Target::Ifd0, tag::kExifIfdPointer, tiff_type::kLong, 1, kPlaceholder},
+    {Group::AlwaysExif, Target::Exif, tag::kExifVersion, tiff_type::kUndefined, 4, text("0210")},
+    {Group::AlwaysExif, Target::Exif, tag::kComponentsConfiguration, tiff_type::kUndefined, 4,
+     kComponents},
+    {Group::AlwaysExif, Target::Exif, tag::kFlashpixVersion, tiff_type::kUndefined, 4,
+     text("0100")},
+    {Group::AlwaysExif, Target::Exif, tag::kColorSpace, tiff_type::kShort, 1, numbers(kSRgb)},
+    {Group::AlwaysExif, Target::Exif, tag::kPixelXDimension, tiff_type::kLong, 1, kPlaceholder},
+    {Group::AlwaysExif, Target::Exif, tag::kPixelYDimension, tiff_type::kLong, 1, kPlaceholder},
+    {Group::Interop, Target::Interop, tag::kInteropIndex, tiff_type::kAscii, 4, kR98},
+    {Group::Interop, Target::Interop, tag::kInteropVersion, tiff_type::kUndefined, 4, text("0100")},
+    {Group::Interop, Target::Ifd0, tag::kMake, tiff_type::kAscii, 20, text("")},
+    {Group::Interop, Target::Ifd0, tag::kModel, tiff_type::kAscii, 20, text("")},
+    {Group::Interop, Target::Exif, tag::kDateTimeOriginal, tiff_type::kUndefined, 20, text("")},
+    {Group::Interop, Target::Exif, tag::kDateTimeDigitized, tiff_type::kUndefined, 20, text("")},
+    {Group::Interop, Target::Exif, tag::kInteropIfdPointer, tiff_type::kLong, 1, kPlaceholder},
+    {Group::Gps, Target::Ifd0, tag::kGpsIfdPointer, tiff_type::kLong, 1, numbers(0)},
+    {Group::Thumbnail, Target::Ifd1, tag::kCompression, tiff_type::kShort, 1,
+     numbers(kJpegCompression)},
+    {Group::Thumbnail, Target::Ifd1, tag::kXResolution, tiff_type::kRational, 1, kResolution},
+    {Group::Thumbnail, Target::Ifd1, tag::kYResolution, tiff_type::kRational, 1, kResolution},
+    {Group::Thumbnail, Target::Ifd1, tag::kResolutionUnit, tiff_type::kShort, 1,
+     numbers(kInchUnit)},
+    {Group::Thumbnail, Target::Ifd1, tag::kJpegInterchangeFormat, tiff_type::kLong, 1,
+     kPlaceholder},
+    {Group::Thumbnail, Target::Ifd1, tag::kJpegInterchangeFormatLength, tiff_type::kLong, 1,
+     kPlaceholder},
 };
-#undef ZK_RESOLUTION
-#undef ZK_PLACEHOLDER
-#undef ZK_19_BLANKS
 
 // The tags that describe the main image's own encoding; the 1st IFD keeps
 // Compression and its thumbnail pointers.
@@ -244,7 +238,8 @@ Code normalise(ExifDocument& document) {
     if (!group_applies(document, entry.group)) continue;
     ExifIfd& ifd = target_ifd(document, entry.target);
     if (ifd.find(entry.number) != nullptr) continue;
-    const std::span<const std::uint8_t> value(entry.value, value_size(entry.type, entry.count));
+    const std::span<const std::uint8_t> value(entry.value.data(),
+                                              value_size(entry.type, entry.count));
     if (!ifd.add(entry.number, entry.type, entry.count, value)) return code::kCannotSetTag;
   }
   return code::kOk;

@@ -22,6 +22,12 @@ constexpr std::uint16_t kPhotometricYCbCr = 6;
 constexpr std::uint16_t kPlanarChunky = 1;
 constexpr std::uint16_t kPlanarSeparate = 2;
 
+constexpr std::uint8_t kMarkerPrefix = 0xFF;
+constexpr std::uint8_t kStuffedZero = 0x00;  // an 0xFF 0x00 pair is data, not a marker
+constexpr std::uint8_t kMarkerTem = 0x01;
+constexpr std::uint8_t kMarkerRst0 = 0xD0;
+constexpr std::uint8_t kMarkerSoiCode = 0xD8;
+
 std::uint16_t read_be16(ExifFileStream& in) {
   std::uint8_t bytes[2];
   in.read(bytes, 1, sizeof bytes);
@@ -34,15 +40,16 @@ std::uint16_t read_be16(ExifFileStream& in) {
 std::uint8_t next_marker(ExifFileStream& in) {
   std::uint8_t byte = 0;
   do in.read(&byte, 1, 1);
-  while (byte != 0xFF);
+  while (byte != kMarkerPrefix);
   do in.read(&byte, 1, 1);
-  while (byte == 0xFF);
+  while (byte == kMarkerPrefix);
   return byte;
 }
 
 // Markers that stand alone, without a length: TEM, RST0 to RST7, SOI.
 bool stands_alone(std::uint8_t marker) {
-  return marker == 0x01 || marker == 0x00 || (marker >= 0xD0 && marker <= 0xD8);
+  return marker == kMarkerTem || marker == kStuffedZero ||
+         (marker >= kMarkerRst0 && marker <= kMarkerSoiCode);
 }
 
 const RawEntry* first_entry(const RawIfd& ifd, std::uint16_t tag) {
