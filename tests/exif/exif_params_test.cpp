@@ -49,41 +49,19 @@ class GetExifParam : public ::testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(GetExifParam, FillsEveryFieldFromItsTag) {
-  ExifParamEx out = filled_with(0xEE);
-  ASSERT_EQ(get(exif_jpeg(camera()), out), ZKIMGSET_OK);
-  const ExifParam& p = out.param;
-  EXPECT_EQ(p.CustomRendered, 1);
-  EXPECT_EQ(p.reserved0, 0);
-  EXPECT_EQ(p.BrightnessValue_num, -25);
-  EXPECT_EQ(p.BrightnessValue_den, 10);
-  EXPECT_EQ(p.LightSource, 4);
-  EXPECT_EQ(p.Flash, 16);
-  EXPECT_EQ(p.ExposureMode, 2);
-  EXPECT_EQ(p.WhiteBalance, 1);
-  EXPECT_EQ(p.DigitalZoomRatio_num, 3u);
-  EXPECT_EQ(p.DigitalZoomRatio_den, 2u);
-  EXPECT_EQ(p.SceneCaptureType, 3);
-  EXPECT_EQ(p.Sharpness, 2);
-  EXPECT_EQ(p.FocalLengthIn35mmFilm, 35);
-  EXPECT_EQ(p.SubjectDistanceRange, 3);
-  EXPECT_EQ(p.Contrast, 2);
-  EXPECT_EQ(p.Saturation, 1);
-  EXPECT_STREQ(out.shot.Make, "Maker Co");
-  EXPECT_STREQ(out.shot.Model, "Model 7");
-  EXPECT_EQ(out.shot.ISOSpeedRatings, 200);
-  EXPECT_EQ(out.shot.ExposureTime_den, 125u);
-  EXPECT_EQ(out.shot.FNumber_num, 28u);
-  EXPECT_EQ(out.shot.ShutterSpeedValue_num, 7);
-  EXPECT_EQ(out.shot.ApertureValue_num, 3u);
-  EXPECT_EQ(std::count(std::begin(out.reserved2), std::end(out.reserved2), 0), 2700);
-  EXPECT_EQ(state_.ExifSetupEnabled, 1);
-
+// Field by field the records are checked against ExifTool on real files
+// (golden_test.cpp); here only what those cannot show.
+TEST_F(GetExifParam, FillsTheBasicRecordAsTheExtendedOneBegins) {
+  ExifParamEx extended = filled_with(0xEE);
+  ASSERT_EQ(get(exif_jpeg(camera()), extended), ZKIMGSET_OK);
+  EXPECT_EQ(extended.param.BrightnessValue_num, -25) << "SRATIONAL keeps its sign";
+  EXPECT_EQ(extended.param.reserved0, 0);
+  EXPECT_EQ(std::count(std::begin(extended.reserved2), std::end(extended.reserved2), 0), 2700);
   ExifParam basic;
   std::memset(&basic, 0xEE, sizeof basic);
   const std::string path = folder_.write("basic.jpg", as_text(exif_jpeg(camera())));
-  ASSERT_EQ(exif::get_exif_param(state_, path.c_str(), &basic), ZKIMGSET_OK);
-  EXPECT_EQ(std::memcmp(&basic, &out.param, sizeof basic), 0);
+  ASSERT_EQ(zkimgset::exif::get_exif_param(state_, path.c_str(), &basic), ZKIMGSET_OK);
+  EXPECT_EQ(std::memcmp(&basic, &extended.param, sizeof basic), 0);
 }
 
 TEST_F(GetExifParam, LeavesFieldsOfTheWrongTypeAtTheirDefaults) {
