@@ -14,12 +14,12 @@ using namespace zkimgset::testing;
 
 Code read(ExifDocument& document, const Bytes& bytes) { return read_document(document, bytes); }
 
-TiffSpec camera_tiff(Order order = Order::Little) {
-  TiffSpec spec;
-  spec.order = order;
-  spec.ifd0 = rgb_tiff_ifd0();
-  spec.exif = minimal_exif_ifd();
-  return spec;
+TiffLayout camera_tiff(Order order = Order::Little) {
+  TiffLayout layout;
+  layout.order = order;
+  layout.ifd0 = rgb_tiff_ifd0();
+  layout.exif = minimal_exif_ifd();
+  return layout;
 }
 
 TEST(DocumentReader, ReadsIIFortyTwoAsTiffWhateverTheName) {
@@ -35,20 +35,20 @@ TEST(DocumentReader, ReadsIIFortyTwoAsTiffWhateverTheName) {
 }
 
 TEST(DocumentReader, TriesJpegAsTiffFirstThenScansItsSegments) {
-  TiffSpec spec;
-  spec.ifd0 = {ascii(0x010F, "Maker")};
-  spec.exif = minimal_exif_ifd();
+  TiffLayout layout;
+  layout.ifd0 = {ascii(0x010F, "Maker")};
+  layout.exif = minimal_exif_ifd();
   ExifDocument document;
-  EXPECT_EQ(read(document, exif_jpeg(spec)), code::kOk);
+  EXPECT_EQ(read(document, exif_jpeg(layout)), code::kOk);
   EXPECT_EQ(document.segments.count(0xFFE1), 1u);
   EXPECT_EQ(document.segments.count(0xFFDA), 1u) << "the SOS header is kept";
   ASSERT_NE(document.ifd0.find(0x010F), nullptr);
 }
 
 TEST(DocumentReader, AcceptsTheExifNameInAnyLetterCaseAndTakesTheFirstApp1) {
-  TiffSpec first;
+  TiffLayout first;
   first.exif = {shorts(0x9209, {1})};
-  TiffSpec second;
+  TiffLayout second;
   second.exif = {shorts(0x9209, {2})};
   for (const char* name : {"Exif\0\0", "EXIF\0\0", "exif\0\0", "eXiF\0\0"}) {
     const Bytes jpeg = build_jpeg({segment(0xFFE1, app1_body(build_tiff(first), {name, 6})),
@@ -63,13 +63,13 @@ TEST(DocumentReader, AcceptsTheExifNameInAnyLetterCaseAndTakesTheFirstApp1) {
 }
 
 TEST(DocumentReader, SkipsEntriesOfUnknownTypeOrNoValue) {
-  TiffSpec spec = camera_tiff();
-  spec.exif.push_back(raw_entry(0x9209, 13, 1, 7));          // type 13
-  spec.exif.push_back(raw_entry(0x9208, 3, 0, 7));           // count 0
-  spec.exif.push_back(raw_entry(0xA401, 4, 0x40000000, 0));  // 4 x 2^30 overflows
-  spec.exif.push_back(shorts(0xA402, {5}));
+  TiffLayout layout = camera_tiff();
+  layout.exif.push_back(raw_entry(0x9209, 13, 1, 7));          // type 13
+  layout.exif.push_back(raw_entry(0x9208, 3, 0, 7));           // count 0
+  layout.exif.push_back(raw_entry(0xA401, 4, 0x40000000, 0));  // 4 x 2^30 overflows
+  layout.exif.push_back(shorts(0xA402, {5}));
   ExifDocument document;
-  ASSERT_EQ(read(document, build_tiff(spec)), code::kOk);
+  ASSERT_EQ(read(document, build_tiff(layout)), code::kOk);
   EXPECT_EQ(document.exif.find(0x9209), nullptr);
   EXPECT_EQ(document.exif.find(0x9208), nullptr);
   EXPECT_EQ(document.exif.find(0xA401), nullptr);
@@ -78,13 +78,13 @@ TEST(DocumentReader, SkipsEntriesOfUnknownTypeOrNoValue) {
 
 TEST(DocumentReader, TakesShortValuesFromTheEntryAndLongOnesFromTheirOffset) {
   for (const Order order : {Order::Little, Order::Big}) {
-    TiffSpec spec = camera_tiff(order);
-    spec.ifd0.push_back(ascii(0x010F, "abc"));   // 4 bytes with the NUL: inline
-    spec.ifd0.push_back(ascii(0x0110, "abcd"));  // 5 bytes: at an offset
-    spec.exif.push_back(shorts(0x8827, {100, 200}));
-    spec.exif.push_back(rational(0x829A, 1, 250));
+    TiffLayout layout = camera_tiff(order);
+    layout.ifd0.push_back(ascii(0x010F, "abc"));   // 4 bytes with the NUL: inline
+    layout.ifd0.push_back(ascii(0x0110, "abcd"));  // 5 bytes: at an offset
+    layout.exif.push_back(shorts(0x8827, {100, 200}));
+    layout.exif.push_back(rational(0x829A, 1, 250));
     ExifDocument document;
-    ASSERT_EQ(read(document, build_tiff(spec)), code::kOk);
+    ASSERT_EQ(read(document, build_tiff(layout)), code::kOk);
     EXPECT_STREQ(reinterpret_cast<const char*>(document.ifd0.find(0x010F)->value.data()), "abc");
     EXPECT_STREQ(reinterpret_cast<const char*>(document.ifd0.find(0x0110)->value.data()), "abcd");
     std::uint16_t iso[2];
@@ -99,15 +99,15 @@ TEST(DocumentReader, TakesShortValuesFromTheEntryAndLongOnesFromTheirOffset) {
 }
 
 TEST(DocumentReader, PointersOutsideTheBlockLeaveTheirDirectoryEmpty) {
-  TiffSpec spec = camera_tiff();
-  spec.gps = {shorts(0x0001, {1})};
-  spec.ifd0.push_back(raw_entry(0x8825, 4, 1, 0x7FFFFFF0));  // GPS far outside
+  TiffLayout layout = camera_tiff();
+  layout.gps = {shorts(0x0001, {1})};
+  layout.ifd0.push_back(raw_entry(0x8825, 4, 1, 0x7FFFFFF0));  // GPS far outside
   ExifDocument document;
-  EXPECT_EQ(read(document, exif_jpeg(spec)), code::kOk);
+  EXPECT_EQ(read(document, exif_jpeg(layout)), code::kOk);
   EXPECT_FALSE(document.gps.present());
   EXPECT_TRUE(document.exif.present());
 
-  TiffSpec gone;
+  TiffLayout gone;
   gone.ifd0 = {ascii(0x010F, "x")};
   Bytes tiff = build_tiff(gone);
   tiff[4] = 0xF0;  // 0th IFD offset past the end
@@ -118,26 +118,26 @@ TEST(DocumentReader, PointersOutsideTheBlockLeaveTheirDirectoryEmpty) {
 }
 
 TEST(DocumentReader, DirectoriesThatPointAtThemselvesAreReadOnce) {
-  TiffSpec spec = camera_tiff();
-  spec.exif.push_back(raw_entry(0xA005, 4, 1, 8));  // interoperability IFD = the 0th
-  spec.ifd0.push_back(raw_entry(0x8825, 4, 1, 8));  // GPS IFD = the 0th
+  TiffLayout layout = camera_tiff();
+  layout.exif.push_back(raw_entry(0xA005, 4, 1, 8));  // interoperability IFD = the 0th
+  layout.ifd0.push_back(raw_entry(0x8825, 4, 1, 8));  // GPS IFD = the 0th
   ExifDocument document;
-  EXPECT_EQ(read(document, build_tiff(spec)), code::kOk);
+  EXPECT_EQ(read(document, build_tiff(layout)), code::kOk);
   EXPECT_EQ(document.interop.size(), document.ifd0.size());
 }
 
 TEST(DocumentReader, KeepsTheThumbnailOnlyWithinTheBlock) {
-  TiffSpec spec;
-  spec.exif = minimal_exif_ifd();
-  spec.ifd1 = {shorts(0x0103, {6})};
-  spec.thumbnail = {0xFF, 0xD8, 1, 2, 3, 0xFF, 0xD9};
+  TiffLayout layout;
+  layout.exif = minimal_exif_ifd();
+  layout.ifd1 = {shorts(0x0103, {6})};
+  layout.thumbnail = {0xFF, 0xD8, 1, 2, 3, 0xFF, 0xD9};
   ExifDocument kept;
-  ASSERT_EQ(read(kept, exif_jpeg(spec)), code::kOk);
-  EXPECT_EQ(kept.thumbnail, spec.thumbnail);
+  ASSERT_EQ(read(kept, exif_jpeg(layout)), code::kOk);
+  EXPECT_EQ(kept.thumbnail, layout.thumbnail);
 
-  spec.ifd1.push_back(longs(0x0202, {8}));  // one byte past the block
+  layout.ifd1.push_back(longs(0x0202, {8}));  // one byte past the block
   ExifDocument dropped;
-  ASSERT_EQ(read(dropped, exif_jpeg(spec)), code::kOk);
+  ASSERT_EQ(read(dropped, exif_jpeg(layout)), code::kOk);
   EXPECT_FALSE(dropped.has_thumbnail());
   EXPECT_TRUE(dropped.ifd1.present());
 }
@@ -161,18 +161,18 @@ TEST(DocumentReader, RunsTheTiffChecksInTheirOrder) {
       {0x0116, 0, 0x7000007},
   };
   for (const auto& c : cases) {
-    TiffSpec spec = camera_tiff();
-    if (c.tag == 0x8769) spec.exif.clear();
-    for (auto it = spec.ifd0.begin(); it != spec.ifd0.end(); ++it) {
+    TiffLayout layout = camera_tiff();
+    if (c.tag == 0x8769) layout.exif.clear();
+    for (auto it = layout.ifd0.begin(); it != layout.ifd0.end(); ++it) {
       if (it->tag != c.tag) continue;
       if (c.value == 0xFFFFFFFF)
-        spec.ifd0.erase(it);
+        layout.ifd0.erase(it);
       else
         it->numbers = {c.value};
       break;
     }
     ExifDocument document;
-    EXPECT_EQ(read(document, build_tiff(spec)), c.expected) << std::hex << c.tag;
+    EXPECT_EQ(read(document, build_tiff(layout)), c.expected) << std::hex << c.tag;
   }
 }
 
@@ -204,11 +204,11 @@ TEST(DocumentReader, RefusesBrokenFilesWithTheirCodes) {
 }
 
 TEST(DocumentDump, PrintsTheFourDirectoriesWithOneLineATag) {
-  TiffSpec spec;
-  spec.ifd0 = {ascii(0x010F, "Ab")};
-  spec.exif = {shorts(0x9209, {16}), rational(0x829A, 1, 60), longs(0xA002, {640})};
+  TiffLayout layout;
+  layout.ifd0 = {ascii(0x010F, "Ab")};
+  layout.exif = {shorts(0x9209, {16}), rational(0x829A, 1, 60), longs(0xA002, {640})};
   ExifDocument document;
-  ASSERT_EQ(read(document, exif_jpeg(spec)), code::kOk);
+  ASSERT_EQ(read(document, exif_jpeg(layout)), code::kOk);
   std::vector<std::uint8_t> text(4096);
   ExifFileStream out;
   out.open_memory(std::span<std::uint8_t>(text));

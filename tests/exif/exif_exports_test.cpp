@@ -19,12 +19,12 @@ using namespace zkimgset::testing;
 namespace fs = std::filesystem;
 
 std::string camera_jpeg(bool marked) {
-  TiffSpec spec;
-  spec.ifd0 = {ascii(0x010F, "Maker")};
-  spec.exif = {shorts(0x9209, {16}), shorts(0x8827, {400}), longs(0xA002, {64}),
-               longs(0xA003, {48})};
-  if (marked) spec.exif.push_back(undefined(0xA301, {3}));
-  const Bytes bytes = exif_jpeg(spec);
+  TiffLayout layout;
+  layout.ifd0 = {ascii(0x010F, "Maker")};
+  layout.exif = {shorts(0x9209, {16}), shorts(0x8827, {400}), longs(0xA002, {64}),
+                 longs(0xA003, {48})};
+  if (marked) layout.exif.push_back(undefined(0xA301, {3}));
+  const Bytes bytes = exif_jpeg(layout);
   return std::string(bytes.begin(), bytes.end());
 }
 

@@ -23,21 +23,21 @@ ExifParamEx filled_with(std::uint8_t byte) {
 }
 
 // A camera JPEG with every field of the records set.
-TiffSpec camera() {
-  TiffSpec spec;
-  spec.ifd0 = {ascii(0x010F, "Maker Co"), ascii(0x0110, "Model 7")};
-  spec.exif = {rational(0x829A, 1, 125),   rational(0x829D, 28, 10),
-               shorts(0x8827, {200}),      undefined(0x9000, {'0', '2', '2', '0'}),
-               srational(0x9201, 7, 1),    rational(0x9202, 3, 1),
-               srational(0x9203, -25, 10), shorts(0x9208, {4}),
-               shorts(0x9209, {16}),       longs(0xA002, {640}),
-               longs(0xA003, {480}),       shorts(0xA401, {1}),
-               shorts(0xA402, {2}),        shorts(0xA403, {1}),
-               rational(0xA404, 3, 2),     shorts(0xA405, {35}),
-               shorts(0xA406, {3}),        shorts(0xA408, {2}),
-               shorts(0xA409, {1}),        shorts(0xA40A, {2}),
-               shorts(0xA40C, {3})};
-  return spec;
+TiffLayout camera() {
+  TiffLayout layout;
+  layout.ifd0 = {ascii(0x010F, "Maker Co"), ascii(0x0110, "Model 7")};
+  layout.exif = {rational(0x829A, 1, 125),   rational(0x829D, 28, 10),
+                 shorts(0x8827, {200}),      undefined(0x9000, {'0', '2', '2', '0'}),
+                 srational(0x9201, 7, 1),    rational(0x9202, 3, 1),
+                 srational(0x9203, -25, 10), shorts(0x9208, {4}),
+                 shorts(0x9209, {16}),       longs(0xA002, {640}),
+                 longs(0xA003, {480}),       shorts(0xA401, {1}),
+                 shorts(0xA402, {2}),        shorts(0xA403, {1}),
+                 rational(0xA404, 3, 2),     shorts(0xA405, {35}),
+                 shorts(0xA406, {3}),        shorts(0xA408, {2}),
+                 shorts(0xA409, {1}),        shorts(0xA40A, {2}),
+                 shorts(0xA40C, {3})};
+  return layout;
 }
 
 class GetExifParam : public ::testing::Test {
@@ -65,16 +65,16 @@ TEST_F(GetExifParam, FillsTheBasicRecordAsTheExtendedOneBegins) {
 }
 
 TEST_F(GetExifParam, LeavesFieldsOfTheWrongTypeAtTheirDefaults) {
-  TiffSpec spec = camera();
-  for (TestEntry& e : spec.exif) {
+  TiffLayout layout = camera();
+  for (TestEntry& e : layout.exif) {
     if (e.tag == 0x9209) e = longs(0x9209, {1});        // Flash as LONG
     if (e.tag == 0x9203) e = rational(0x9203, 25, 10);  // BrightnessValue as RATIONAL
     if (e.tag == 0x8827) e = shorts(0x8827, {100, 400, 800});
   }
-  spec.ifd0 = {ascii(0x010F, std::string(300, 'M'))};
-  spec.exif.insert(spec.exif.begin(), shorts(0xA40A, {1}));  // listed twice: the first wins
+  layout.ifd0 = {ascii(0x010F, std::string(300, 'M'))};
+  layout.exif.insert(layout.exif.begin(), shorts(0xA40A, {1}));  // listed twice: the first wins
   ExifParamEx out = filled_with(0xEE);
-  ASSERT_EQ(get(exif_jpeg(spec), out), ZKIMGSET_OK);
+  ASSERT_EQ(get(exif_jpeg(layout), out), ZKIMGSET_OK);
   EXPECT_EQ(out.param.Flash, 255);
   EXPECT_EQ(out.param.BrightnessValue_num, 0);
   EXPECT_EQ(out.param.BrightnessValue_den, 0);
@@ -87,23 +87,23 @@ TEST_F(GetExifParam, LeavesFieldsOfTheWrongTypeAtTheirDefaults) {
 }
 
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
-  TiffSpec big_thumbnail = camera();
+  TiffLayout big_thumbnail = camera();
   big_thumbnail.ifd1 = {longs(0x0201, {0}), longs(0x0202, {65536})};
-  TiffSpec small_thumbnail = camera();
+  TiffLayout small_thumbnail = camera();
   small_thumbnail.ifd1 = {raw_entry(0x0201, 4, 1, 0), longs(0x0202, {65535})};
-  TiffSpec no_dimension = camera();
+  TiffLayout no_dimension = camera();
   std::erase_if(no_dimension.exif, [](const TestEntry& e) { return e.tag == 0xA003; });
-  TiffSpec bad_offset = camera();
+  TiffLayout bad_offset = camera();
   bad_offset.exif.push_back(raw_entry(0xA404, 5, 1, 0x7FFFFFF0));
   bad_offset.exif.erase(std::find_if(bad_offset.exif.begin(), bad_offset.exif.end(),
                                      [](const TestEntry& e) { return e.tag == 0xA404; }));
-  TiffSpec grey_tiff = camera();
+  TiffLayout grey_tiff = camera();
   grey_tiff.ifd0 = rgb_tiff_ifd0();
   for (TestEntry& e : grey_tiff.ifd0)
     if (e.tag == 0x0106) e = shorts(0x0106, {1});
-  TiffSpec rgb_tiff = camera();
+  TiffLayout rgb_tiff = camera();
   rgb_tiff.ifd0 = rgb_tiff_ifd0();
-  TiffSpec marked = camera();
+  TiffLayout marked = camera();
   marked.exif.push_back(undefined(0xA301, {3}));
 
   enum class Out { Untouched, Defaults, Values };

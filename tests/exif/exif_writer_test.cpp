@@ -16,8 +16,8 @@ using namespace zkimgset::testing;
 
 // A document read from a built Exif JPEG.
 struct Read {
-  explicit Read(const TiffSpec& spec) {
-    const Bytes jpeg = exif_jpeg(spec);
+  explicit Read(const TiffLayout& layout) {
+    const Bytes jpeg = exif_jpeg(layout);
     EXPECT_EQ(read_document(document, jpeg), code::kOk);
   }
   ExifDocument document;
@@ -45,12 +45,12 @@ std::uint32_t u32_of(const ExifTag* tag) {
   return value;
 }
 
-TiffSpec minimal(Order order = Order::Little) {
-  TiffSpec spec;
-  spec.order = order;
-  spec.ifd0 = {ascii(0x010F, "Maker"), shorts(0x0100, {64}), shorts(0x0106, {2})};
-  spec.exif = minimal_exif_ifd();
-  return spec;
+TiffLayout minimal(Order order = Order::Little) {
+  TiffLayout layout;
+  layout.order = order;
+  layout.ifd0 = {ascii(0x010F, "Maker"), shorts(0x0100, {64}), shorts(0x0106, {2})};
+  layout.exif = minimal_exif_ifd();
+  return layout;
 }
 
 TEST(ExifWriter, WritesBigEndianDocumentsInHostOrderWithPadsZeroed) {
@@ -66,9 +66,9 @@ TEST(ExifWriter, WritesBigEndianDocumentsInHostOrderWithPadsZeroed) {
 }
 
 TEST(ExifWriter, RemovesImageStructureAndAddsTheAlwaysGroups) {
-  TiffSpec spec = minimal();
-  spec.exif = {undefined(0x9000, {'0', '2', '2', '0'}), longs(0xA002, {1}), longs(0xA003, {1})};
-  Read in(spec);
+  TiffLayout layout = minimal();
+  layout.exif = {undefined(0x9000, {'0', '2', '2', '0'}), longs(0xA002, {1}), longs(0xA003, {1})};
+  Read in(layout);
   Written out(in.document);
   ASSERT_EQ(out.result, code::kOk);
   const ExifDocument& d = out.back;
@@ -101,11 +101,11 @@ TEST(ExifWriter, RemovesImageStructureAndAddsTheAlwaysGroups) {
 }
 
 TEST(ExifWriter, AddsTheInteroperabilityGroupOnlyWithThatDirectory) {
-  TiffSpec spec = minimal();
-  spec.ifd0 = {shorts(0x0106, {2})};
-  spec.interop = {ascii(0x0001, "R03")};
-  spec.gps = {shorts(0x0001, {1})};
-  Read in(spec);
+  TiffLayout layout = minimal();
+  layout.ifd0 = {shorts(0x0106, {2})};
+  layout.interop = {ascii(0x0001, "R03")};
+  layout.gps = {shorts(0x0001, {1})};
+  Read in(layout);
   Written out(in.document);
   ASSERT_EQ(out.result, code::kOk);
   const ExifDocument& d = out.back;
@@ -120,10 +120,10 @@ TEST(ExifWriter, AddsTheInteroperabilityGroupOnlyWithThatDirectory) {
 }
 
 TEST(ExifWriter, LaysOutDirectoriesAndValuesAsTheirSizesSay) {
-  TiffSpec spec = minimal();
-  spec.exif.push_back(undefined(0x9286, {1, 2, 3, 4, 5}));  // 5 bytes: 6 in the value area
-  spec.exif.push_back(undefined(0x927C, {9, 8, 7, 6}));     // 4 bytes: in the entry
-  Read in(spec);
+  TiffLayout layout = minimal();
+  layout.exif.push_back(undefined(0x9286, {1, 2, 3, 4, 5}));  // 5 bytes: 6 in the value area
+  layout.exif.push_back(undefined(0x927C, {9, 8, 7, 6}));     // 4 bytes: in the entry
+  Read in(layout);
   Written out(in.document);
   ASSERT_EQ(out.result, code::kOk);
   const ByteReader block(out.block, ByteOrder::Little);
@@ -147,9 +147,9 @@ TEST(ExifWriter, LaysOutDirectoriesAndValuesAsTheirSizesSay) {
 }
 
 TEST(ExifWriter, KeepsOnlyTheLowThreeBytesOfTheDimensions) {
-  TiffSpec spec = minimal();
-  spec.exif = {longs(0xA002, {0x01000010}), shorts(0xA003, {0x0300})};
-  Read in(spec);
+  TiffLayout layout = minimal();
+  layout.exif = {longs(0xA002, {0x01000010}), shorts(0xA003, {0x0300})};
+  Read in(layout);
   const auto width = pixel_dimension(in.document.exif, 0xA002);
   const auto height = pixel_dimension(in.document.exif, 0xA003);
   EXPECT_EQ(width, 0x10u);
@@ -162,16 +162,17 @@ TEST(ExifWriter, KeepsOnlyTheLowThreeBytesOfTheDimensions) {
 }
 
 TEST(ExifWriter, PlacesTheThumbnailAfterThe1stIfd) {
-  TiffSpec spec = minimal();
-  spec.ifd1 = {shorts(0x0100, {160}), shorts(0x0103, {6})};
-  spec.thumbnail = {0xFF, 0xD8, 0xAA, 0xBB, 0xFF, 0xD9};
-  Read in(spec);
+  TiffLayout layout = minimal();
+  layout.ifd1 = {shorts(0x0100, {160}), shorts(0x0103, {6})};
+  layout.thumbnail = {0xFF, 0xD8, 0xAA, 0xBB, 0xFF, 0xD9};
+  Read in(layout);
   Written out(in.document);
   ASSERT_EQ(out.result, code::kOk);
   const std::uint32_t offset = u32_of(in.document.ifd1.find(0x0201));
-  EXPECT_EQ(u32_of(in.document.ifd1.find(0x0202)), spec.thumbnail.size());
-  EXPECT_EQ(offset + spec.thumbnail.size(), out.block.size());
-  EXPECT_TRUE(std::equal(spec.thumbnail.begin(), spec.thumbnail.end(), out.block.begin() + offset));
+  EXPECT_EQ(u32_of(in.document.ifd1.find(0x0202)), layout.thumbnail.size());
+  EXPECT_EQ(offset + layout.thumbnail.size(), out.block.size());
+  EXPECT_TRUE(
+      std::equal(layout.thumbnail.begin(), layout.thumbnail.end(), out.block.begin() + offset));
   EXPECT_EQ(in.document.ifd1.find(0x0100), nullptr);
   EXPECT_NE(in.document.ifd1.find(0x011A), nullptr);
 }

@@ -36,8 +36,8 @@ const std::map<std::string, std::string> kRefused = {
 // running make_golden.pl over the copies it keeps when
 // ZKIMGSET_KEEP_TYPED_SAMPLES names a folder.
 std::map<std::string, Bytes> typed_samples() {
-  auto spec = [](Order order) {
-    TiffSpec s;
+  auto layout = [](Order order) {
+    TiffLayout s;
     s.order = order;
     s.ifd0 = rgb_tiff_ifd0();
     s.ifd0.push_back(ascii(0x010F, "Typed  "));
@@ -45,8 +45,8 @@ std::map<std::string, Bytes> typed_samples() {
               rational(0x829A, 1, 60), longs(0xA002, {64}),      longs(0xA003, {48})};
     return s;
   };
-  return {{"typed_le.jpg", exif_jpeg(spec(Order::Little))},
-          {"typed_be.tif", build_tiff(spec(Order::Big))}};
+  return {{"typed_le.jpg", exif_jpeg(layout(Order::Little))},
+          {"typed_be.tif", build_tiff(layout(Order::Big))}};
 }
 
 std::string unescape(const std::string& text) {

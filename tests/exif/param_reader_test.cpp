@@ -22,16 +22,16 @@ Code identify(const Bytes& bytes) {
 }
 
 TEST(ParamReader, TakesOnlyExifWithTwoNulsAndTheFirstSegment) {
-  TiffSpec spec;
-  spec.exif = {shorts(0x9209, {1})};
-  const Bytes tiff = build_tiff(spec);
+  TiffLayout layout;
+  layout.exif = {shorts(0x9209, {1})};
+  const Bytes tiff = build_tiff(layout);
   EXPECT_EQ(identify(build_jpeg({segment(0xFFE1, app1_body(tiff))})), code::kOk);
   for (const char* name : {"EXIF\0\0", "exif\0\0", "Exif\0x"})
     EXPECT_EQ(identify(build_jpeg({segment(0xFFE1, app1_body(tiff, {name, 6}))})),
               param_code::kNo0thIfd)
         << name << ": no Exif segment, and no TIFF header on the TIFF route";
 
-  TiffSpec other;
+  TiffLayout other;
   other.exif = {shorts(0x9209, {2})};
   ParamReader reader;
   ASSERT_EQ(identify(build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0}),
@@ -47,7 +47,7 @@ TEST(ParamReader, TakesOnlyExifWithTwoNulsAndTheFirstSegment) {
 }
 
 TEST(ParamReader, FailsOnTheJpegRouteWhenTheExifIfdIsMissing) {
-  TiffSpec no_exif;
+  TiffLayout no_exif;
   no_exif.ifd0 = {ascii(0x010F, "Maker")};
   EXPECT_EQ(identify(exif_jpeg(no_exif)), param_code::kJpegIdentifyFailed);
   EXPECT_EQ(identify(build_tiff(no_exif)), param_code::kTiffIdentifyFailed);
@@ -83,11 +83,11 @@ TEST(ParamReader, ChecksTheMainImageStructureOfTiffFiles) {
       {"no photometric", {}, 1202, MainKind::Unknown},
   };
   for (const auto& c : cases) {
-    TiffSpec spec;
-    spec.ifd0 = c.ifd0;
-    spec.exif = {shorts(0x9209, {0})};
+    TiffLayout layout;
+    layout.ifd0 = c.ifd0;
+    layout.exif = {shorts(0x9209, {0})};
     ParamReader reader;
-    EXPECT_EQ(identify(build_tiff(spec), reader), c.expected) << c.what;
+    EXPECT_EQ(identify(build_tiff(layout), reader), c.expected) << c.what;
     if (c.expected == code::kOk) {
       EXPECT_EQ(reader.main_kind(), c.kind) << c.what;
     }
@@ -111,11 +111,11 @@ TEST(ParamReader, RefusesJpegThumbnailsOf64KiBOrMore) {
       {{shorts(0x0100, {160})}, code::kOk, ThumbnailKind::None},
   };
   for (const auto& c : cases) {
-    TiffSpec spec;
-    spec.exif = {shorts(0x9209, {0})};
-    spec.ifd1 = c.ifd1;
+    TiffLayout layout;
+    layout.exif = {shorts(0x9209, {0})};
+    layout.ifd1 = c.ifd1;
     ParamReader reader;
-    EXPECT_EQ(identify(exif_jpeg(spec), reader), c.expected);
+    EXPECT_EQ(identify(exif_jpeg(layout), reader), c.expected);
     EXPECT_EQ(reader.thumbnail_kind(), c.kind);
   }
 }
@@ -133,10 +133,10 @@ TEST(ParamReader, ReadsExifVersionWithItsCodes) {
       {undefined(0x9000, {'0', '2', '3'}), 4, 1206},
   };
   for (const auto& c : cases) {
-    TiffSpec spec;
-    spec.exif = {c.version};
+    TiffLayout layout;
+    layout.exif = {c.version};
     ParamReader reader;
-    ASSERT_EQ(identify(exif_jpeg(spec), reader), code::kOk);
+    ASSERT_EQ(identify(exif_jpeg(layout), reader), code::kOk);
     std::uint8_t buffer[4] = {};
     EXPECT_EQ(reader.read_exif_version({buffer, c.buffer}), c.expected);
     if (c.expected == code::kOk) {
@@ -150,12 +150,12 @@ TEST(ParamReader, ReadsExifVersionWithItsCodes) {
 
 TEST(ParamReader, LooksUpTheFirstOccurrenceAndCopiesOnlyWhatFits) {
   for (const Order order : {Order::Little, Order::Big}) {
-    TiffSpec spec;
-    spec.order = order;
-    spec.exif = {shorts(0x9209, {7}), shorts(0x9209, {9}), shorts(0x8827, {100, 200, 300}),
-                 longs(0x9208, {5}), raw_entry(0x9203, 10, 1, 0x7FFFFFF0)};
+    TiffLayout layout;
+    layout.order = order;
+    layout.exif = {shorts(0x9209, {7}), shorts(0x9209, {9}), shorts(0x8827, {100, 200, 300}),
+                   longs(0x9208, {5}), raw_entry(0x9203, 10, 1, 0x7FFFFFF0)};
     ParamReader reader;
-    ASSERT_EQ(identify(exif_jpeg(spec), reader), code::kOk);
+    ASSERT_EQ(identify(exif_jpeg(layout), reader), code::kOk);
     std::uint16_t two[2] = {0xEEEE, 0xEEEE};
     auto* bytes = reinterpret_cast<std::uint8_t*>(two);
     EXPECT_TRUE(reader.copy_value(reader.exif(), 0x9209, 3, {bytes, 2}));

@@ -62,15 +62,15 @@ class SourceMark : public ::testing::TestWithParam<Case> {};
 TEST_P(SourceMark, AnswersForEveryMarkOfAPreparedImage) {
   const Case& c = GetParam();
   for (const Order order : {Order::Little, Order::Big}) {
-    TiffSpec spec;
-    spec.order = order;
-    spec.ifd0 = {ascii(0x010F, "Maker")};
-    spec.exif = {shorts(0x9209, {0})};
-    if (c.scene_type) spec.exif.push_back(undefined(0xA301, {*c.scene_type}));
+    TiffLayout layout;
+    layout.order = order;
+    layout.ifd0 = {ascii(0x010F, "Maker")};
+    layout.exif = {shorts(0x9209, {0})};
+    if (c.scene_type) layout.exif.push_back(undefined(0xA301, {*c.scene_type}));
     if (!c.name.empty())
-      spec.exif.push_back(
+      layout.exif.push_back(
           undefined(0x927C, maker_note(c.name, c.keyword, c.entries, c.frame_check)));
-    EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(spec)), c.expected)
+    EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), c.expected)
         << (order == Order::Big ? "MM" : "II");
   }
 }
@@ -100,13 +100,13 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(SourceMarkBounds, ReadsNothingOutsideTheBlock) {
-  TiffSpec spec;
-  spec.exif = {undefined(0xA301, {3}), raw_entry(0x927C, 7, 100, 0x7FFFFFF0)};
-  EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(spec)), 1) << "the note lies outside: absent";
+  TiffLayout layout;
+  layout.exif = {undefined(0xA301, {3}), raw_entry(0x927C, 7, 100, 0x7FFFFFF0)};
+  EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), 1) << "the note lies outside: absent";
 
   // A keyword whose text would lie past the block counts as empty.
   Bytes note = maker_note("KALDREXA", "APS_C", 3, std::nullopt);
-  TiffSpec with_note;
+  TiffLayout with_note;
   with_note.exif = {undefined(0x927C, note)};
   Bytes block = build_tiff(with_note);
   EXPECT_EQ(zkimgset::exif::source_mark(block), 1);

@@ -56,7 +56,7 @@ inline TestEntry raw_entry(std::uint16_t tag, std::uint16_t type, std::uint32_t 
   return {tag, type, count, {}, {}, word};
 }
 
-struct TiffSpec {
+struct TiffLayout {
   Order order = Order::Little;
   std::vector<TestEntry> ifd0, exif, gps, interop, ifd1;
   Bytes thumbnail;
@@ -98,19 +98,19 @@ inline bool lists(const std::vector<TestEntry>& ifd, std::uint16_t tag) {
 
 // The TIFF structure: header, 0th IFD, Exif, interoperability, GPS, 1st IFD,
 // each followed by its values, then the thumbnail.
-inline Bytes build_tiff(TiffSpec spec) {
-  const TiffWriter w(spec.order);
-  std::vector<std::vector<TestEntry>*> ifds = {&spec.ifd0, &spec.exif, &spec.interop, &spec.gps,
-                                               &spec.ifd1};
+inline Bytes build_tiff(TiffLayout layout) {
+  const TiffWriter w(layout.order);
+  std::vector<std::vector<TestEntry>*> ifds = {&layout.ifd0, &layout.exif, &layout.interop,
+                                               &layout.gps, &layout.ifd1};
   // Pointer placeholders first, so that the sizes hold.
   auto ensure = [](std::vector<TestEntry>& ifd, std::uint16_t tag, bool wanted) {
     if (wanted && !lists(ifd, tag)) ifd.push_back(longs(tag, {0}));
   };
-  ensure(spec.ifd0, 0x8769, !spec.exif.empty());
-  ensure(spec.ifd0, 0x8825, !spec.gps.empty());
-  ensure(spec.exif, 0xA005, !spec.interop.empty());
-  ensure(spec.ifd1, 0x0201, !spec.thumbnail.empty());
-  ensure(spec.ifd1, 0x0202, !spec.thumbnail.empty());
+  ensure(layout.ifd0, 0x8769, !layout.exif.empty());
+  ensure(layout.ifd0, 0x8825, !layout.gps.empty());
+  ensure(layout.exif, 0xA005, !layout.interop.empty());
+  ensure(layout.ifd1, 0x0201, !layout.thumbnail.empty());
+  ensure(layout.ifd1, 0x0202, !layout.thumbnail.empty());
 
   auto size_of = [&](const std::vector<TestEntry>& ifd) {
     if (ifd.empty()) return std::size_t{0};
@@ -133,14 +133,14 @@ inline Bytes build_tiff(TiffSpec spec) {
       if (e.tag == tag && e.numbers.size() == 1 && e.numbers[0] == 0 && !e.raw)
         e.numbers[0] = static_cast<std::uint32_t>(value);
   };
-  fill(spec.ifd0, 0x8769, offsets[1]);
-  fill(spec.exif, 0xA005, offsets[2]);
-  fill(spec.ifd0, 0x8825, offsets[3]);
-  fill(spec.ifd1, 0x0201, thumbnail_at);
-  fill(spec.ifd1, 0x0202, spec.thumbnail.size());
+  fill(layout.ifd0, 0x8769, offsets[1]);
+  fill(layout.exif, 0xA005, offsets[2]);
+  fill(layout.ifd0, 0x8825, offsets[3]);
+  fill(layout.ifd1, 0x0201, thumbnail_at);
+  fill(layout.ifd1, 0x0202, layout.thumbnail.size());
 
   Bytes out(8);
-  out[0] = out[1] = spec.order == Order::Little ? 'I' : 'M';
+  out[0] = out[1] = layout.order == Order::Little ? 'I' : 'M';
   w.u16(out, 2, 42);
   w.u32(out, 4, 8);
   for (int i = 0; i < 5; ++i) {
@@ -168,11 +168,11 @@ inline Bytes build_tiff(TiffSpec spec) {
         values += even(value.size());
       }
     }
-    const bool links_1st = i == 0 && !spec.ifd1.empty();
+    const bool links_1st = i == 0 && !layout.ifd1.empty();
     w.u32(out, start + 2 + 12 * ifd.size(), links_1st ? static_cast<std::uint32_t>(offsets[4]) : 0);
   }
   out.resize(thumbnail_at);
-  out.insert(out.end(), spec.thumbnail.begin(), spec.thumbnail.end());
+  out.insert(out.end(), layout.thumbnail.begin(), layout.thumbnail.end());
   return out;
 }
 
@@ -202,8 +202,8 @@ inline Bytes build_jpeg(std::initializer_list<Bytes> segments) {
   return out;
 }
 
-inline Bytes exif_jpeg(const TiffSpec& spec) {
-  return build_jpeg({segment(0xFFE1, app1_body(build_tiff(spec)))});
+inline Bytes exif_jpeg(const TiffLayout& layout) {
+  return build_jpeg({segment(0xFFE1, app1_body(build_tiff(layout)))});
 }
 
 // The 0th IFD of an uncompressed RGB TIFF that passes the TIFF checks.
