@@ -17,8 +17,11 @@ CMAKE_ARGS ?=
 
 MAKEFLAGS += --no-print-directory
 
+# libimage-exiftool-perl: the golden values of the Exif tests are written with
+# it (tests/exif/make_golden.pl) and the Exif benchmark compares with it.
+# liblcms2-dev: the peer of the conversion benchmark.
 DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev \
-                liblcms2-dev
+                libimage-exiftool-perl liblcms2-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: deps configure build check test asan demo format fuzz bench clean

@@ -17,15 +17,14 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      // "Family/ours" or "Family/ours/6000/4000": the arguments are not part
-      // of the pairing.
-      std::string name = run.benchmark_name();
-      while (!name.empty() && name.find_last_of('/') != std::string::npos &&
-             name.find_first_not_of("0123456789", name.find_last_of('/') + 1) == std::string::npos)
-        name.erase(name.find_last_of('/'));
-      const std::size_t slash = name.rfind('/');
+      // "Family/role", possibly followed by the suffixes Google Benchmark
+      // adds ("/real_time", "/iterations:5").
+      const std::string name = run.benchmark_name();
+      const std::size_t slash = name.find('/');
       if (slash == std::string::npos) continue;
-      times_[name.substr(0, slash)][name.substr(slash + 1)] = run.GetAdjustedRealTime();
+      const std::size_t end = name.find('/', slash + 1);
+      times_[name.substr(0, slash)][name.substr(slash + 1, end - slash - 1)] =
+          run.GetAdjustedRealTime();
     }
   }
 
@@ -37,7 +36,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
       for (const char* other : {"floor", "peer"}) {
         const auto it = runs.find(other);
         if (it != runs.end() && it->second > 0)
-          std::printf("%s: ours / %s = %.2f\n", family.c_str(), other, ours->second / it->second);
+          std::printf("%s: ours / %s = %.3g\n", family.c_str(), other, ours->second / it->second);
       }
     }
   }

@@ -430,6 +430,43 @@ ZKIMGSET_API int ZKIMGSET_CALL ResizeExec(const ZKImgSetBitmapInfoHeader* source
    accepted. Always returns 0. Locks. */
 ZKIMGSET_API int ZKIMGSET_CALL SetColorConvMode(unsigned short mode);
 
+/* ---- Exif parameters ----------------------------------------------------- */
+
+/* Reads the shooting conditions of a camera file (Exif JPEG or Exif TIFF,
+   8-bit path) into out, then checks the file for the maker's source mark.
+   Returns 0, ZKIMGSET_SOURCE_MARK (success, and automatic correction is off
+   for the next set-up), ZKIMGSET_BAD_ARGUMENT (null path or out, or a path
+   with no NUL within 260 bytes), ZKIMGSET_OUT_OF_MEMORY, ZKIMGSET_FILE_ERROR
+   (the file cannot be opened, or its Exif block cannot be rebuilt), or
+   ZKIMGSET_NO_EXIF. out holds the file's values after 0 and 1 (and after a
+   7 or 20 from the second stage), the defaults (all zero, Flash 255) when
+   the file has no readable Exif data, and is untouched when the file cannot
+   be opened or its reading failed part-way. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL GetExifParam(const char* path, ExifParam* out);
+
+/* As GetExifParam, with the extended record: also Make and Model from the
+   0th IFD, ISOSpeedRatings and the exposure rationals. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL GetExifParamEx(const char* path, ExifParamEx* out);
+
+/* Stores an ExifParam passed as its ten 32-bit words as the library's
+   shooting values: CustomRendered (low 16 bits), the BrightnessValue
+   numerator and denominator, LightSource | Flash << 16, ExposureMode |
+   WhiteBalance << 16, the DigitalZoomRatio numerator and denominator,
+   SceneCaptureType | Sharpness << 16, FocalLengthIn35mmFilm |
+   SubjectDistanceRange << 16, Contrast | Saturation << 16. Nothing is
+   checked. Always returns 0. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL SetExifParam(unsigned short custom_rendered, uint32_t w1,
+                                            uint32_t w2, uint32_t w3, uint32_t w4, uint32_t w5,
+                                            uint32_t w6, uint32_t w7, uint32_t w8, uint32_t w9);
+
+/* As SetExifParam, and also stores Make and Model (as the maker texts, cut
+   to 259 characters), ISOSpeedRatings and the exposure rationals of info,
+   which is passed by value. Always returns 0. Locks. */
+ZKIMGSET_API int ZKIMGSET_CALL SetExifParamEx(unsigned short custom_rendered, uint32_t w1,
+                                              uint32_t w2, uint32_t w3, uint32_t w4, uint32_t w5,
+                                              uint32_t w6, uint32_t w7, uint32_t w8, uint32_t w9,
+                                              ExifShotInfo info);
+
 #if defined(__cplusplus)
 }
 #endif

@@ -9,6 +9,7 @@
 #include "colour/conversions.h"
 #include "colour/table_files.h"
 #include "colour/table_records.h"
+#include "exif/exif_params.h"
 #include "frame/guard.h"
 #include "frame/library_state.h"
 #include "resize/resize_exec.h"
@@ -202,6 +203,46 @@ int SetColorConvMode(unsigned short mode) {
     auto& state = library_state();
     const std::lock_guard hold(state.lock);
     state.ColorConvMode = static_cast<std::int16_t>(mode);
+    return ZKIMGSET_OK;
+  });
+}
+
+// ---- Exif parameters -------------------------------------------------------
+
+int GetExifParam(const char* path, ExifParam* out) {
+  return guarded(ZKIMGSET_FILE_ERROR, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    return zkimgset::exif::get_exif_param(state, path, out);
+  });
+}
+
+int GetExifParamEx(const char* path, ExifParamEx* out) {
+  return guarded(ZKIMGSET_FILE_ERROR, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    return zkimgset::exif::get_exif_param_ex(state, path, out);
+  });
+}
+
+int SetExifParam(unsigned short custom_rendered, uint32_t w1, uint32_t w2, uint32_t w3, uint32_t w4,
+                 uint32_t w5, uint32_t w6, uint32_t w7, uint32_t w8, uint32_t w9) {
+  return guarded(ZKIMGSET_OK, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    zkimgset::exif::set_exif_param(state, {custom_rendered, w1, w2, w3, w4, w5, w6, w7, w8, w9});
+    return ZKIMGSET_OK;
+  });
+}
+
+int SetExifParamEx(unsigned short custom_rendered, uint32_t w1, uint32_t w2, uint32_t w3,
+                   uint32_t w4, uint32_t w5, uint32_t w6, uint32_t w7, uint32_t w8, uint32_t w9,
+                   ExifShotInfo info) {
+  return guarded(ZKIMGSET_OK, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    zkimgset::exif::set_exif_param_ex(state, {custom_rendered, w1, w2, w3, w4, w5, w6, w7, w8, w9},
+                                      info);
     return ZKIMGSET_OK;
   });
 }

@@ -59,3 +59,21 @@ TEST(AnalysisExports, DIBitsVariantOnlyStoresTheShootingValues) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(AnalysisExports, DumpShowsTheShootingValuesSetExifParamStored) {
+  // The fourth word carries LightSource in its low half and Flash in its high.
+  ASSERT_EQ(SetExifParam(0, 33, 10, (25u << 16) | 4u, 0, 0, 0, 0, 0, 0), ZKIMGSET_OK);
+  zkimgset::testing::TempFolder folder;
+  tagRECT rect{0, 0, 127, 91};
+  auto thumb = std::make_unique<_ThumbnailData>();
+  DumpAutoSetupParam(folder.slashed().c_str(), "e", &rect, thumb.get());
+  std::ifstream in(folder.path() / "e_AutoSetupParam.txt");
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  EXPECT_NE(text.find("Flash : 25\nBrightnessValueChild\t33\nBrightnessValueMother\t10\n"),
+            std::string::npos);
+  EXPECT_EQ(GetAtParamFromDIBits(nullptr, 0, 0, nullptr), ZKIMGSET_OK);  // back to 255, 0, 0
+}
+
+}  // namespace

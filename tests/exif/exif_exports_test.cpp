@@ -1,0 +1,98 @@
+// The four Exif exports as a host calls them from the shared library.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "exif/tiff_builder.h"
+#include "support/temp_folder.h"
+#include "zkimgset/zkimgset.h"
+
+namespace {
+
+using namespace zkimgset::testing;
+namespace fs = std::filesystem;
+
+std::string camera_jpeg(bool marked) {
+  TiffLayout layout;
+  layout.ifd0 = {ascii(0x010F, "Maker")};
+  layout.exif = {shorts(0x9209, {16}), shorts(0x8827, {400}), longs(0xA002, {64}),
+                 longs(0xA003, {48})};
+  if (marked) layout.exif.push_back(undefined(0xA301, {3}));
+  const Bytes bytes = exif_jpeg(layout);
+  return std::string(bytes.begin(), bytes.end());
+}
+
+TEST(ExifExports, ReadCameraFilesIntoTheHostsRecords) {
+  const TempFolder folder;
+  const std::string plain = folder.write("plain.jpg", camera_jpeg(false));
+  const std::string marked = folder.write("marked.jpg", camera_jpeg(true));
+  ExifParam basic;
+  ExifParamEx extended;
+  EXPECT_EQ(GetExifParam(plain.c_str(), &basic), ZKIMGSET_OK);
+  EXPECT_EQ(basic.Flash, 16);
+  EXPECT_EQ(GetExifParamEx(marked.c_str(), &extended), ZKIMGSET_SOURCE_MARK);
+  EXPECT_EQ(extended.shot.ISOSpeedRatings, 400);
+  EXPECT_STREQ(extended.shot.Make, "Maker");
+
+  std::memset(&basic, 0xEE, sizeof basic);
+  EXPECT_EQ(GetExifParam((folder.path() / "missing.jpg").c_str(), &basic), ZKIMGSET_FILE_ERROR);
+  EXPECT_EQ(basic.Flash, 0xEEEE) << "untouched";
+  EXPECT_EQ(GetExifParam("", &basic), ZKIMGSET_FILE_ERROR);
+  EXPECT_EQ(GetExifParam(nullptr, &basic), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(GetExifParamEx(plain.c_str(), nullptr), ZKIMGSET_BAD_ARGUMENT);
+}
+
+TEST(ExifExports, ReadNoPathByteBeyondTheFirst260) {
+  // 260 bytes without a NUL, right before a page that may not be read.
+  const long page = sysconf(_SC_PAGESIZE);
+  auto* pages =
+      static_cast<char*>(mmap(nullptr, static_cast<std::size_t>(2 * page), PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(pages, MAP_FAILED);
+  ASSERT_EQ(mprotect(pages + page, static_cast<std::size_t>(page), PROT_NONE), 0);
+  char* path = pages + page - 260;
+  std::memset(path, 'a', 260);
+  ExifParam out;
+  EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_BAD_ARGUMENT);
+  path[259] = '\0';
+  EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_FILE_ERROR) << "259 characters are a path";
+  munmap(pages, static_cast<std::size_t>(2 * page));
+}
+
+TEST(ExifExports, StoreShootingValuesAndAlwaysSucceed) {
+  EXPECT_EQ(SetExifParam(1, 10, 20, 0x00100004, 0, 0, 0, 0, 0, 0), ZKIMGSET_OK);
+  ExifShotInfo info;
+  std::memset(&info, 'x', sizeof info);  // no NUL anywhere: the copy is bounded
+  EXPECT_EQ(SetExifParamEx(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, info), ZKIMGSET_OK);
+}
+
+// Every camera file through both exports, with the statuses recorded for
+// the core in exif/expected_status.txt.
+TEST(ExifExports, GiveEveryCameraFileItsRecordedStatus) {
+  const fs::path data = fs::path(ZKIMGSET_TEST_DATA_DIR) / "exif";
+  std::ifstream table(data / "expected_status.txt");
+  std::string line;
+  int files = 0;
+  while (std::getline(table, line)) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream fields(line);
+    std::string name;
+    int basic_status = 0, extended_status = 0;
+    fields >> name >> basic_status >> extended_status;
+    const std::string path = (data / name).string();
+    ExifParam basic;
+    ExifParamEx extended;
+    EXPECT_EQ(GetExifParam(path.c_str(), &basic), basic_status) << name;
+    EXPECT_EQ(GetExifParamEx(path.c_str(), &extended), extended_status) << name;
+    ++files;
+  }
+  EXPECT_EQ(files, 366);
+}
+
+}  // namespace

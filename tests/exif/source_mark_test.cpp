@@ -1,0 +1,122 @@
+#include "exif/source_mark.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "exif/tiff_builder.h"
+
+namespace {
+
+using namespace zkimgset::testing;
+
+// A maker note: its 8-byte name, then (little-endian whatever the block's
+// order) the offset of its IFD from the note's start, the IFD, and the
+// keyword text when it does not fit in its entry.
+Bytes maker_note(const std::string& name, const std::string& keyword, int entries,
+                 std::optional<std::uint16_t> frame_check) {
+  const TiffWriter le(Order::Little);
+  Bytes note(name.begin(), name.end());
+  note.resize(8);
+  le.u16(note, 8, 10);  // the IFD right after this field
+  const std::size_t ifd = 10;
+  le.u16(note, ifd, static_cast<std::uint32_t>(entries));
+  const std::size_t text_at = ifd + 2 + 12 * static_cast<std::size_t>(entries) + 4;
+  note.resize(text_at);
+  for (int i = 0; i < entries; ++i) {
+    const std::size_t at = ifd + 2 + 12 * static_cast<std::size_t>(i);
+    std::uint16_t tag = static_cast<std::uint16_t>(0x8001 + i);
+    if (i == 0 && !keyword.empty()) tag = 0x8000;
+    if (i == 1 && frame_check) tag = 0x8021;
+    le.u16(note, at, tag);
+    le.u16(note, at + 2, tag == 0x8000 ? 2 : 3);
+    if (tag == 0x8000) {
+      le.u32(note, at + 4, static_cast<std::uint32_t>(keyword.size() + 1));
+      if (keyword.size() + 1 < 5)
+        std::copy(keyword.begin(), keyword.end(), note.begin() + static_cast<long>(at) + 8);
+      else
+        le.u32(note, at + 8, static_cast<std::uint32_t>(text_at));
+    } else {
+      le.u32(note, at + 4, 1);
+      le.u16(note, at + 8, tag == 0x8021 ? *frame_check : 0);
+    }
+  }
+  note.insert(note.end(), keyword.begin(), keyword.end());
+  note.push_back(0);
+  return note;
+}
+
+struct Case {
+  const char* what;
+  std::optional<std::uint8_t> scene_type;
+  std::string name;  // empty: no maker note
+  std::string keyword;
+  int entries;
+  std::optional<std::uint16_t> frame_check;
+  int expected;
+};
+
+class SourceMark : public ::testing::TestWithParam<Case> {};
+
+TEST_P(SourceMark, AnswersForEveryMarkOfAPreparedImage) {
+  const Case& c = GetParam();
+  for (const Order order : {Order::Little, Order::Big}) {
+    TiffLayout layout;
+    layout.order = order;
+    layout.ifd0 = {ascii(0x010F, "Maker")};
+    layout.exif = {shorts(0x9209, {0})};
+    if (c.scene_type) layout.exif.push_back(undefined(0xA301, {*c.scene_type}));
+    if (!c.name.empty())
+      layout.exif.push_back(
+          undefined(0x927C, maker_note(c.name, c.keyword, c.entries, c.frame_check)));
+    EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), c.expected)
+        << (order == Order::Big ? "MM" : "II");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SourceMark,
+    ::testing::Values(
+        Case{"nothing", std::nullopt, "", "", 0, std::nullopt, 0},
+        Case{"scene type 3", 3, "", "", 0, std::nullopt, 1},
+        Case{"scene type 1", 1, "", "", 0, std::nullopt, 0},
+        Case{"DSC with 7 entries", std::nullopt, "KALDREXA", "DSC", 7, std::nullopt, 1},
+        Case{"DSC, 8 entries, no frame check", std::nullopt, "KALDREXA", "DSC", 8, std::nullopt, 0},
+        Case{"DSC, 8 entries, frame check 3", std::nullopt, "KALDREXA", "DSC", 8, 3, 1},
+        Case{"DSC, 8 entries, frame check 2", 3, "KALDREXA", "DSC", 8, 2, 0},
+        Case{"the maker's name as keyword", std::nullopt, "KALDREXA", "KALDREXA", 2, std::nullopt,
+             1},
+        Case{"keyword at an offset", std::nullopt, "KALDREXA", "APS_H", 3, std::nullopt, 1},
+        Case{"unknown keyword", std::nullopt, "KALDREXA", "DSC2", 3, std::nullopt, 0},
+        Case{"unknown keyword, scene type 3", 3, "KALDREXA", "135", 3, std::nullopt, 1},
+        Case{"keyword case matters", std::nullopt, "KALDREXA", "dsc", 3, std::nullopt, 0},
+        Case{"another maker's note", std::nullopt, "KALDREXB", "DSC", 3, std::nullopt, 0},
+        Case{"another maker's note, scene type 3", 3, "OTHERCAM", "DSC", 3, std::nullopt, 1}),
+    [](const auto& info) {
+      std::string name;
+      for (const char ch : std::string(info.param.what)) name += std::isalnum(ch) ? ch : '_';
+      return name;
+    });
+
+TEST(SourceMarkBounds, ReadsNothingOutsideTheBlock) {
+  TiffLayout layout;
+  layout.exif = {undefined(0xA301, {3}), raw_entry(0x927C, 7, 100, 0x7FFFFFF0)};
+  EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), 1) << "the note lies outside: absent";
+
+  // A keyword whose text would lie past the block counts as empty.
+  Bytes note = maker_note("KALDREXA", "APS_C", 3, std::nullopt);
+  TiffLayout with_note;
+  with_note.exif = {undefined(0x927C, note)};
+  Bytes block = build_tiff(with_note);
+  EXPECT_EQ(zkimgset::exif::source_mark(block), 1);
+  block.resize(block.size() - 4);  // cut into the keyword text
+  EXPECT_EQ(zkimgset::exif::source_mark(block), 0);
+
+  for (const Bytes& bad :
+       {Bytes{}, Bytes{'I'}, Bytes{'I', 'I', 42, 0, 0, 0, 0, 0}, Bytes{'M', 'M', 0, 43, 0, 0, 0, 8},
+        Bytes{'I', 'I', 42, 0, 99, 0, 0, 0}, Bytes{'X', 'X', 42, 0, 8, 0, 0, 0, 0, 0}})
+    EXPECT_EQ(zkimgset::exif::source_mark(bad), 0);
+}
+
+}  // namespace
