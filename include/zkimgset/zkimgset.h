@@ -411,6 +411,53 @@ ZKIMGSET_API int ZKIMGSET_CALL BgrRgbConversion(unsigned char* pixels, int width
 /* The reverse; the buffer must hold the padded bitmap size. Returns 0. */
 ZKIMGSET_API int ZKIMGSET_CALL RgbBgrConversion(unsigned char* pixels, int width, int height);
 
+/* ---- Set-up driver ------------------------------------------------------ */
+/*
+ * The Exif-tag service's automatic set-up (the library "libostrel.so",
+ * found by the system's library search, is bound for each call and released
+ * before it returns), then the library's colour tables: the white border is
+ * cut off into a work copy, the service corrects it when the low five bits
+ * of setup_mode are all set, the result is merged back and every pixel of
+ * the content goes through the set-up colour table in place. Pictures are
+ * 24 or 32 bits a pixel (three bytes used); layout 0 packed R, G, B rows,
+ * layout 1 bitmap rows B, G, R padded to 4 bytes. The service receives the
+ * shooting values stored by GetAtParamEx, SetExifParam or SetExifParamEx;
+ * the flash and brightness arguments here are accepted and ignored.
+ * Statuses: 0; ZKIMGSET_BAD_ARGUMENT (null pixels, bits, layout);
+ * ZKIMGSET_BAD_SIZE (a side below 16 or above 6144); ZKIMGSET_BAD_ASPECT
+ * (width / height above 20 or below 0.05); ZKIMGSET_OUT_OF_MEMORY;
+ * ZKIMGSET_SERVICE_MISSING, _REFUSED, _FAILED, _NO_RESULT. The picture is
+ * unchanged after any failure.
+ */
+
+/* Runs the driver under the library lock. */
+ZKIMGSET_API int ZKIMGSET_CALL AutoSetupExecEx(void* pixels, int width, int height, int stride,
+                                               int bits_per_pixel, unsigned int layout,
+                                               unsigned short flash, int brightness1,
+                                               int brightness2);
+
+/* Stores the host's adjustments, clamped (a later dump shows them clamped):
+   setup_mode (0..255: which analysis stages run, and 0x1F runs the
+   service), SetupAdjustLevel (70..130, 100 neutral), SetupAdjustA contrast
+   (-30..30), SetupAdjustB saturation (-150..150), SetupAdjustC and
+   SetupAdjustD blue and red shifts (-7..7), and three balance steps (-7..7)
+   for red, green and blue; then runs the driver under the lock. First
+   refuses with the failing table's status while a table the colour
+   conversion mode needs failed to load. This is how a host configures the
+   library's own analysis: store setup_mode 0xDF here (with no service
+   installed the call itself returns 22), then call GetAtParamEx. */
+ZKIMGSET_API int ZKIMGSET_CALL ImageSetupExecEx(void* pixels, int width, int height, int stride,
+                                                int bits_per_pixel, unsigned int layout,
+                                                int setup_mode, int level, int contrast,
+                                                int saturation, int blue_shift, int red_shift,
+                                                int red_step, int green_step, int blue_step);
+
+/* The driver on a 24-bit bitmap (B, G, R rows padded to 4 bytes), after
+   setting setup_mode to 0xDF and the colour conversion mode to 1 for this
+   and all later calls; refuses with the 1-D table's status when it failed
+   to load. No lock. */
+ZKIMGSET_API int ZKIMGSET_CALL ImageDataConvert(void* pixels, int width, int height);
+
 /* ---- Resize --------------------------------------------------------- */
 
 /* Scales a 24-bit bottom-up bitmap (rows padded to 4 bytes) to new_width x

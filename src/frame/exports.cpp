@@ -12,7 +12,9 @@
 #include "exif/exif_params.h"
 #include "frame/guard.h"
 #include "frame/library_state.h"
+#include "frame/table_gate.h"
 #include "resize/resize_exec.h"
+#include "setup/driver.h"
 #include "setup/image_data_convert.h"
 #include "zkimgset/zkimgset.h"
 
@@ -181,6 +183,49 @@ int RgbBgrConversion(unsigned char* pixels, int width, int height) {
   return guarded(ZKIMGSET_OK, [&] {
     zkimgset::colour::packed_to_bitmap(pixels, width, height);
     return ZKIMGSET_OK;
+  });
+}
+
+// ---- Set-up driver ------------------------------------------------------------
+
+int AutoSetupExecEx(void* pixels, int width, int height, int stride, int bits_per_pixel,
+                    unsigned int layout, unsigned short, int, int) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    auto& state = library_state();
+    const std::lock_guard hold(state.lock);
+    return zkimgset::setup::run_driver(
+        state, zkimgset::autosetup::analysis_state(),
+        {static_cast<std::uint8_t*>(pixels), width, height, stride, bits_per_pixel, layout});
+  });
+}
+
+int ImageSetupExecEx(void* pixels, int width, int height, int stride, int bits_per_pixel,
+                     unsigned int layout, int setup_mode, int level, int contrast, int saturation,
+                     int blue_shift, int red_shift, int red_step, int green_step, int blue_step) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    auto& state = library_state();
+    if (const int status = zkimgset::table_status_gate(state); status != ZKIMGSET_OK) return status;
+    zkimgset::setup::store_adjustments(state, {setup_mode, level, contrast, saturation, blue_shift,
+                                               red_shift, red_step, green_step, blue_step});
+    const std::lock_guard hold(state.lock);
+    for (std::int16_t* step :
+         {&state.adjust.BalanceStep1, &state.adjust.BalanceStep2, &state.adjust.BalanceStep3})
+      *step = static_cast<std::int16_t>(*step + zkimgset::ColourMath::kNoShift);
+    return zkimgset::setup::run_driver(
+        state, zkimgset::autosetup::analysis_state(),
+        {static_cast<std::uint8_t*>(pixels), width, height, stride, bits_per_pixel, layout});
+  });
+}
+
+int ImageDataConvert(void* pixels, int width, int height) {
+  return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
+    auto& state = library_state();
+    state.setup_mode = ZKIMGSET_SETUP_FULL;
+    state.ColorConvMode = ZKIMGSET_CONV_SKIP_3D_TABLE;
+    if (const int status = zkimgset::table_status_gate(state); status != ZKIMGSET_OK) return status;
+    return zkimgset::setup::run_driver(state, zkimgset::autosetup::analysis_state(),
+                                       {static_cast<std::uint8_t*>(pixels), width, height,
+                                        zkimgset::setup::bitmap_row_bytes(width), 24, 1});
   });
 }
 

@@ -105,3 +105,18 @@ FAKE_EXPORT int OSTREL_H_DeleteHandle(void**) {
   return 0;
 }
 #endif
+
+// What the tests read back.
+FAKE_EXPORT int fake_service_setup_calls() { return log_.setup_calls; }
+FAKE_EXPORT int fake_service_tag_count() { return int(log_.tags.size()); }
+FAKE_EXPORT void fake_service_tag(int i, int* directory, int* tag, int* type, int* count,
+                                  const unsigned char** value) {
+  const Tag& t = log_.tags[std::size_t(i)];
+  *directory = t.directory, *tag = t.tag, *type = t.type, *count = t.count;
+  *value = t.value.data();
+}
+FAKE_EXPORT const char* fake_service_folder() { return log_.folder.c_str(); }
+FAKE_EXPORT const char* fake_service_profile() { return log_.profile.c_str(); }
+FAKE_EXPORT void fake_service_size(int* width, int* height, int* kind) {
+  *width = log_.width, *height = log_.height, *kind = log_.kind;
+}

@@ -1,0 +1,46 @@
+// The set-up exports as a host calls them, with no Exif-tag service on the
+// machine.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "zkimgset/zkimgset.h"
+
+namespace {
+
+std::vector<unsigned char> photo(int w, int h) {
+  std::vector<unsigned char> p(3 * std::size_t(w) * std::size_t(h));
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int c = 0; c < 3; ++c)
+        p[3 * (std::size_t(y) * w + x) + c] = static_cast<unsigned char>(
+            30 + 100 * (0.5 + 0.5 * std::sin(x / 9.0 + c) * std::cos(y / 7.0)) +
+            (x * 7 + y * 3) % 40);
+  return p;
+}
+
+TEST(DriverExports, ConfiguringTheLibrarysOwnAnalysis) {
+  std::vector<unsigned char> pixels = photo(320, 240);
+  const auto before = pixels;
+  // No service installed: the call stores its adjustments, then reports 22.
+  EXPECT_EQ(ImageSetupExecEx(pixels.data(), 320, 240, 960, 24, 0, 0xDF, 100, 0, 0, 0, 0, 0, 0, 0),
+            ZKIMGSET_SERVICE_MISSING);
+  EXPECT_EQ(pixels, before) << "a failed set-up leaves the picture";
+  AutoSetupParam record;
+  ASSERT_EQ(GetAtParamEx(pixels.data(), 320, 240, &record, 0, 0, 0), ZKIMGSET_OK);
+  EXPECT_NE(record.sat_coef[0], 1024) << "the full saturation stage ran";
+}
+
+TEST(DriverExports, ArgumentsAreCheckedBeforeTheService) {
+  std::vector<unsigned char> pixels(3 * 100 * 100, 80);
+  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 15, 16, 45, 24, 0, 255, 0, 0), ZKIMGSET_BAD_SIZE);
+  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 16, 0, 255, 0, 0), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 24, 0, 1, 7, 9),
+            ZKIMGSET_SERVICE_MISSING);
+  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 24, 0, 255, 0, 0),
+            ZKIMGSET_SERVICE_MISSING);
+  EXPECT_EQ(ImageDataConvert(pixels.data(), 100, 100), ZKIMGSET_SERVICE_MISSING);
+}
+
+}  // namespace

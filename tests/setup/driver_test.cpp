@@ -1,0 +1,207 @@
+// The set-up driver against a test double of the Exif-tag service.
+#include "setup/driver.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "colour/table_limits.h"
+#include "platform/dynamic_library.h"
+
+namespace zkimgset::setup {
+namespace {
+
+// The double, held open so that its log outlives each driver call.
+class FakeService {
+ public:
+  explicit FakeService(const char* path = ZKIMGSET_TEST_FAKE_SERVICE)
+      : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
+    platform::override_service_library(path);
+    configure(0, true);
+  }
+  ~FakeService() {
+    platform::override_service_library(std::nullopt);
+    if (handle_ != nullptr) dlclose(handle_);
+  }
+  FakeService(const FakeService&) = delete;
+  FakeService& operator=(const FakeService&) = delete;
+
+  template <class F>
+  F* fn(const char* name) const {
+    return reinterpret_cast<F*>(dlsym(handle_, name));
+  }
+  void configure(int result, bool image) const {
+    fn<void(int, int)>("fake_service_configure")(result, image);
+  }
+  int setup_calls() const { return fn<int()>("fake_service_setup_calls")(); }
+  struct Tag {
+    int directory, tag, type, count;
+    std::string value;
+    bool operator==(const Tag&) const = default;
+  };
+  std::vector<Tag> tags() const {
+    std::vector<Tag> out;
+    for (int i = 0; i < fn<int()>("fake_service_tag_count")(); ++i) {
+      Tag t{};
+      const unsigned char* value = nullptr;
+      fn<void(int, int*, int*, int*, int*, const unsigned char**)>("fake_service_tag")(
+          i, &t.directory, &t.tag, &t.type, &t.count, &value);
+      const std::size_t bytes =
+          t.type == 2 ? std::size_t(t.count) : std::size_t(t.count) * (t.type == 3 ? 2 : 8);
+      t.value.assign(reinterpret_cast<const char*>(value), bytes);
+      out.push_back(t);
+    }
+    return out;
+  }
+  void size(int& w, int& h, int& kind) const {
+    fn<void(int*, int*, int*)>("fake_service_size")(&w, &h, &kind);
+  }
+  std::string folder() const { return fn<const char*()>("fake_service_folder")(); }
+  std::string profile() const { return fn<const char*()>("fake_service_profile")(); }
+
+ private:
+  void* handle_;
+};
+
+class Driver : public ::testing::Test {
+ protected:
+  Driver() : main_(colour::kTable3dBytes) { library_.ColorTable3dMain = main_.data(); }
+  int run(std::vector<std::uint8_t>& pixels, int w, int h, unsigned layout = 0, int bits = 24) {
+    return run_driver(library_, analysis_, {pixels.data(), w, h, 0, bits, layout});
+  }
+  std::vector<std::uint8_t> main_;
+  LibraryState library_;
+  autosetup::AnalysisState analysis_;
+};
+
+TEST_F(Driver, ChecksArgumentsSizeAndAspect) {
+  const FakeService service;
+  std::vector<std::uint8_t> pixels(3 * 6144 * 308, 100);
+  EXPECT_EQ(run(pixels, 16, 16), 0);
+  EXPECT_EQ(run(pixels, 15, 16), ZKIMGSET_BAD_SIZE);
+  EXPECT_EQ(run(pixels, 6144, 308), 0);
+  EXPECT_EQ(run(pixels, 6144, 300), ZKIMGSET_BAD_ASPECT);
+  EXPECT_EQ(run(pixels, 6145, 400), ZKIMGSET_BAD_SIZE);
+  EXPECT_EQ(run(pixels, 64, 64, 2), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(run(pixels, 64, 64, 0, 16), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(run_driver(library_, analysis_, {nullptr, 64, 64, 0, 24, 0}), ZKIMGSET_BAD_ARGUMENT);
+}
+
+TEST_F(Driver, MissingServiceLeavesThePictureAlone) {
+  for (const char* path : {"/no/such/libostrel.so", ZKIMGSET_TEST_FAKE_SERVICE_INCOMPLETE}) {
+    platform::override_service_library(path);
+    std::vector<std::uint8_t> pixels(3 * 40 * 30, 77);
+    EXPECT_EQ(run(pixels, 40, 30), ZKIMGSET_SERVICE_MISSING) << path;
+    EXPECT_EQ(pixels, std::vector<std::uint8_t>(3 * 40 * 30, 77));
+    EXPECT_FALSE(library_.service.bound());
+  }
+  platform::override_service_library(std::nullopt);
+}
+
+TEST_F(Driver, ServiceFailuresHaveTheirCodesAndChangeNothing) {
+  const FakeService service;
+  library_.setup_mode = 0x1F;
+  const struct {
+    int result;
+    bool image;
+    int status;
+  } cases[] = {{1, true, 23}, {2, true, 24}, {0, false, 25}};
+  for (const auto& c : cases) {
+    service.configure(c.result, c.image);
+    std::vector<std::uint8_t> pixels(3 * 40 * 30, 77);
+    EXPECT_EQ(run(pixels, 40, 30), c.status);
+    EXPECT_EQ(pixels, std::vector<std::uint8_t>(3 * 40 * 30, 77));
+    EXPECT_FALSE(library_.service.bound());
+  }
+}
+
+TEST_F(Driver, TagSetFollowsTheShootingValuesInOrder) {
+  const FakeService service;
+  std::strcpy(library_.MakerText1, "Maker");
+  std::strcpy(library_.MakerText2, "Model X");
+  library_.shooting.param.Flash = 1;
+  library_.shooting.param.BrightnessValue_num = 5;
+  library_.shooting.param.BrightnessValue_den = 2;
+  library_.shooting.ISOSpeedRatings = 100;
+  library_.shooting.ExposureTime[0] = 1;
+  library_.shooting.ExposureTime[1] = 250;
+  library_.shooting.param.CustomRendered = 0;
+  std::vector<std::uint8_t> pixels(3 * 40 * 30, 77);
+  ASSERT_EQ(run(pixels, 40, 30), 0);
+  auto word = [](std::uint32_t a, std::uint32_t b) {
+    std::string s(8, '\0');
+    std::memcpy(s.data(), &a, 4);
+    std::memcpy(s.data() + 4, &b, 4);
+    return s;
+  };
+  const std::vector<FakeService::Tag> expected = {
+      {0, 0x010F, 2, 6, std::string("Maker\0", 6)},
+      {0, 0x010F, 2, 8, std::string("Model X\0", 8)},  // the Model goes under the Make tag
+      {1, 0x9209, 3, 1, std::string("\1\0", 2)},
+      {1, 0x9203, 10, 1, word(5, 2)},
+      {1, 0x8827, 3, 1, std::string("\x64\0", 2)},
+      {1, 0x829A, 5, 1, word(1, 250)},
+      {1, 0xA406, 3, 1, std::string("\0\0", 2)},
+      {1, 0xA401, 3, 1, std::string("\0\0", 2)}};
+  EXPECT_EQ(service.tags(), expected);
+  EXPECT_EQ(service.setup_calls(), 0) << "setup_mode 0: the automatic set-up does not run";
+}
+
+TEST_F(Driver, PackedMergeTakesWidthTimesHeightBytes) {
+  const FakeService service;
+  library_.setup_mode = 0x1F;
+  std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
+  ASSERT_EQ(run(pixels, 20, 20), 0);
+  ASSERT_EQ(service.setup_calls(), 1);
+  int w, h, kind;
+  service.size(w, h, kind);
+  EXPECT_EQ(w, 20);
+  EXPECT_EQ(kind, 1);
+  EXPECT_EQ(service.profile(), "sRGB10_8.prf");
+  EXPECT_NE(service.folder().find("//Param"), std::string::npos) << service.folder();
+  for (int i = 0; i < 1200; i += 7)
+    EXPECT_NEAR(pixels[std::size_t(i)], i < 400 ? 155 : 100, 4) << i;  // the service inverts
+}
+
+TEST_F(Driver, MergeRulesForCustomRenderedAndHalving) {
+  const FakeService service;
+  const struct {
+    std::uint16_t setup_mode, custom_rendered;
+    int expected;
+  } cases[] = {{0x1F, 1, (155 + 2 * 100) / 3}, {0x3F, 0, (100 + 155) / 2}, {0x1F, 0, 155}};
+  for (const auto& c : cases) {
+    library_.setup_mode = c.setup_mode;
+    library_.shooting.param.CustomRendered = c.custom_rendered;
+    std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
+    ASSERT_EQ(run(pixels, 20, 20), 0);
+    EXPECT_NEAR(pixels[0], c.expected, 4) << c.setup_mode << " " << c.custom_rendered;
+  }
+}
+
+TEST_F(Driver, WhiteBorderIsCutAndAWhitePictureGoesWhole) {
+  const FakeService service;
+  library_.setup_mode = 0x1F;
+  std::vector<std::uint8_t> white(92 * 20, 255);  // 30 pixels: 90 bytes a row, padded to 92
+  ASSERT_EQ(run(white, 30, 20, 1), 0);
+  int w, h, kind;
+  service.size(w, h, kind);
+  EXPECT_EQ(w, 30);
+  EXPECT_EQ(h, 20);
+  EXPECT_EQ(kind, 3) << "the bitmap form";
+
+  std::vector<std::uint8_t> framed(3 * 30 * 20, 255);
+  for (int y = 5; y < 15; ++y)
+    for (int x = 4; x < 10; ++x) framed[3 * std::size_t(y * 30 + x)] = 100;
+  ASSERT_EQ(run(framed, 30, 20), 0);
+  service.size(w, h, kind);
+  EXPECT_EQ(w, 6);
+  EXPECT_EQ(h, 10);
+  EXPECT_EQ(framed[0], 255) << "the border is untouched";
+  EXPECT_NEAR(framed[3 * (5 * 30 + 4)], 155, 4) << "the content took the service's result";
+}
+
+}  // namespace
+}  // namespace zkimgset::setup
