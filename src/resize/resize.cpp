@@ -32,6 +32,35 @@ struct Filter {
 
 constexpr Int kUnit = 65536;  // 16.16 weights of kernels 3 and 4
 
+// Exact unsigned 32-bit division by a divisor fixed for a whole pass (a
+// multiply and shifts instead of a divide per byte; 2 x width for kernels 1
+// and 2, 65536 for kernels 3 and 4). Results are limited to 0..255 anyway,
+// so a negative sum (kernel 3's weights can be) simply gives 0.
+class Divider {
+ public:
+  explicit Divider(Int d) : d_(std::uint32_t(d)) {
+    while ((std::uint64_t{1} << shift_) < d_) ++shift_;
+    multiplier_ =
+        std::uint32_t(((std::uint64_t{1} << 32) * ((std::uint64_t{1} << shift_) - d_)) / d_ + 1);
+  }
+  std::uint8_t level(Int sum) const {
+    if (sum <= 0) return 0;
+    const auto x = std::uint32_t(std::min<Int>(sum, 0xFFFFFFFF));
+    std::uint32_t q;
+    if (d_ == 1) {
+      q = x;
+    } else {
+      const auto t = std::uint32_t((std::uint64_t{multiplier_} * x) >> 32);
+      q = (((x - t) >> 1) + t) >> (shift_ - 1);
+    }
+    return static_cast<std::uint8_t>(std::min<std::uint32_t>(q, 255));
+  }
+
+ private:
+  std::uint32_t d_, multiplier_ = 0;
+  int shift_ = 0;
+};
+
 // Weights of kernel 4 by tap count; one and two taps weigh nothing.
 const std::vector<std::vector<Int>> kTableWeights = {
     {},
@@ -133,31 +162,56 @@ Int kernel4_weight(int n, int t) {
   return n <= 10 ? kTableWeights[std::size_t(n)][std::size_t(t)] : kUnit / n;
 }
 
-// Applies a filter along one axis of a packed image: `along_rows` filters
-// each row's pixels, otherwise each column's rows.
-Image apply(const Filter& f, int out_count, const std::vector<std::uint8_t>& src, int width,
-            int height, bool along_rows) {
+// The horizontal pass: each of `rows` source rows (row(y) gives its first
+// pixel) through the filter, into a packed image. Tap indices are kept
+// inside 0..limit.
+template <class RowOf>
+Image horizontal(const Filter& f, int outputs, int rows, int limit, RowOf row) {
   Image out;
-  out.width = along_rows ? out_count : width;
-  out.height = along_rows ? height : out_count;
-  out.rgb.assign(3 * std::size_t(out.width) * std::size_t(out.height), 0);
-  const int limit = along_rows ? width - 1 : height - 1;
-  for (int o = 0; o < out_count; ++o) {
-    const Output& taps = f.outputs[std::size_t(o)];
-    const int lines = along_rows ? height : width;
-    for (int line = 0; line < lines; ++line) {
+  out.width = outputs;
+  out.height = rows;
+  out.rgb.assign(3 * std::size_t(outputs) * std::size_t(rows), 0);
+  std::vector<std::vector<Tap>> taps;
+  for (int o = 0; o < outputs; ++o) {
+    taps.push_back(f.outputs[std::size_t(o)].taps);
+    for (Tap& t : taps.back()) t.index = std::clamp(t.index, 0, limit);
+  }
+  const Divider divide(f.divisor);
+  for (int y = 0; y < rows; ++y) {
+    const std::uint8_t* src = row(y);
+    std::uint8_t* q = &out.rgb[3 * std::size_t(y) * std::size_t(outputs)];
+    for (int o = 0; o < outputs; ++o, q += 3) {
       Int sum[3] = {0, 0, 0};
-      for (const Tap& t : taps.taps) {
-        const int i = std::clamp(t.index, 0, limit);
-        const std::uint8_t* p = along_rows ? &src[3 * (std::size_t(line) * width + i)]
-                                           : &src[3 * (std::size_t(i) * width + line)];
-        for (int c = 0; c < 3; ++c) sum[c] += p[c] * t.weight;
+      for (const Tap& t : taps[std::size_t(o)]) {
+        const std::uint8_t* p = src + 3 * std::size_t(t.index);
+        sum[0] += p[0] * t.weight;
+        sum[1] += p[1] * t.weight;
+        sum[2] += p[2] * t.weight;
       }
-      std::uint8_t* q = along_rows ? &out.rgb[3 * (std::size_t(line) * out.width + o)]
-                                   : &out.rgb[3 * (std::size_t(o) * out.width + line)];
-      for (int c = 0; c < 3; ++c)
-        q[c] = static_cast<std::uint8_t>(std::clamp<Int>((sum[c] + f.add) / f.divisor, 0, 255));
+      for (int c = 0; c < 3; ++c) q[c] = divide.level(sum[c] + f.add);
     }
+  }
+  return out;
+}
+
+// The vertical pass: each output row is a weighted sum of whole rows of the
+// intermediate image.
+Image vertical(const Filter& f, int outputs, const Image& mid) {
+  Image out;
+  out.width = mid.width;
+  out.height = outputs;
+  const std::size_t row = 3 * std::size_t(mid.width);
+  out.rgb.assign(row * std::size_t(outputs), 0);
+  std::vector<Int> sum(row);
+  const Divider divide(f.divisor);
+  for (int o = 0; o < outputs; ++o) {
+    std::fill(sum.begin(), sum.end(), Int{0});
+    for (const Tap& t : f.outputs[std::size_t(o)].taps) {
+      const std::uint8_t* src = &mid.rgb[row * std::size_t(std::clamp(t.index, 0, mid.height - 1))];
+      for (std::size_t i = 0; i < row; ++i) sum[i] += src[i] * t.weight;
+    }
+    std::uint8_t* q = &out.rgb[row * std::size_t(o)];
+    for (std::size_t i = 0; i < row; ++i) q[i] = divide.level(sum[i] + f.add);
   }
   return out;
 }
@@ -188,23 +242,21 @@ int kernel_for(int new_width, int cut_width) noexcept {
 Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, const Cut& cut, int nw,
                  int nh) {
   const int cw = std::max(cut.width, 1), ch = std::max(cut.height, 1);
-  // The cut, top-down and packed; rows and columns kept inside the picture.
-  std::vector<std::uint8_t> source(3 * std::size_t(cw) * std::size_t(ch));
+  // Rows of the cut, read in place; the cut never reaches past the picture,
+  // and rows and columns are kept inside it all the same.
   const std::size_t stride = bitmap_stride(src_width);
-  for (int y = 0; y < ch; ++y) {
-    const int row = std::clamp(cut.top + y, 0, src_height - 1);
-    const std::uint8_t* line = bitmap + stride * std::size_t(src_height - 1 - row);
-    for (int x = 0; x < cw; ++x) {
-      const int column = std::clamp(cut.left + x, 0, src_width - 1);
-      std::copy_n(line + 3 * std::size_t(column), 3, &source[3 * (std::size_t(y) * cw + x)]);
-    }
-  }
+  const int left = std::clamp(cut.left, 0, src_width - 1);
+  const int limit = std::min(cw, src_width - left) - 1;
+  auto row = [&](int y) {
+    const int r = std::clamp(cut.top + y, 0, src_height - 1);
+    return bitmap + stride * std::size_t(src_height - 1 - r) + 3 * std::size_t(left);
+  };
   const int kernel = kernel_for(nw, cw);
   const Int d = 2 * Int{nw};
   if (kernel <= 2) {
     const Image mid =
-        apply(linear_filter(kernel, nw, cw, nw, cw - 1, false), nw, source, cw, ch, true);
-    return apply(linear_filter(kernel, nh, cw, nw, ch - 1, true), nh, mid.rgb, nw, ch, false);
+        horizontal(linear_filter(kernel, nw, cw, nw, cw - 1, false), nw, ch, limit, row);
+    return vertical(linear_filter(kernel, nh, cw, nw, ch - 1, true), nh, mid);
   }
   if (kernel == 3) {
     const auto columns = kernel3_columns(cw, nw);
@@ -212,7 +264,7 @@ Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, cons
       return n - ((Int{n - 1} * 2 * c + 2 * Int{c} - n) / d >= c ? 1 : 0);
     };
     const int ow = reduced(nw, cw), oh = std::min(reduced(nh, ch), nh);
-    const Image mid = apply(Filter{kUnit / 2, kUnit, columns}, ow, source, cw, ch, true);
+    const Image mid = horizontal(Filter{kUnit / 2, kUnit, columns}, ow, ch, limit, row);
     Filter rows{kUnit / 2, kUnit, {}};
     for (int y = 0, r = 0; y < oh; ++y) {
       Output o = columns[std::size_t(y % nw)];
@@ -222,7 +274,7 @@ Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, cons
       r += int(o.taps.size());
       if (r >= ch - 2) r = ch - 3;
     }
-    return apply(rows, oh, mid.rgb, ow, ch, false);
+    return vertical(rows, oh, mid);
   }
   auto size = [&](int c) {
     const Int numerator = (Int{c} + 1) * d + cw % nw, denominator = 2 * Int{cw};
@@ -238,7 +290,7 @@ Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, cons
       o.taps.push_back({std::min(index, cw - 1), kernel4_weight(n, t)});
     columns.outputs.push_back(o);
   }
-  const Image mid = apply(columns, ow, source, cw, ch, true);
+  const Image mid = horizontal(columns, ow, ch, limit, row);
   Filter rows{kUnit / 2, kUnit, {}};
   for (int y = 0, r = 0; y < oh; ++y) {
     const int n = counts[std::size_t(y % nw)];
@@ -250,7 +302,7 @@ Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, cons
     rows.outputs.push_back(o);
     r += std::max(n, 0);
   }
-  return apply(rows, oh, mid.rgb, ow, ch, false);
+  return vertical(rows, oh, mid);
 }
 
 }  // namespace zkimgset::resize
