@@ -17,18 +17,26 @@ CMAKE_ARGS ?=
 
 MAKEFLAGS += --no-print-directory
 
-# libimage-exiftool-perl: the golden values of the Exif tests are written with
-# it (tests/exif/make_golden.pl) and the Exif benchmark compares with it.
-# liblcms2-dev: the peer of the conversion benchmark.
-DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev \
-                libimage-exiftool-perl liblcms2-dev
+# What the build and the tests need.
+DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev
+# What the benchmarks need besides: Google Benchmark and the peers they are
+# measured against (lcms2 for the conversions, libvips for resizing, ExifTool
+# for the Exif reader; ExifTool also regenerates the Exif tests' golden
+# values, tests/exif/make_golden.pl).
+BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: deps configure build check test asan demo format fuzz bench clean
+.PHONY: deps bench-deps install-missing configure build check test asan demo format fuzz bench clean
 
 deps:
+	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES)"
+
+bench-deps:
+	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES) $(BENCH_PACKAGES)"
+
+install-missing:
 	@missing=""; \
-	for p in $(DEB_PACKAGES); do \
+	for p in $(PACKAGES); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'install ok installed' || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -67,7 +75,7 @@ fuzz: deps
 	  -DZKIMGSET_BUILD_FUZZ=ON -DZKIMGSET_BUILD_TESTS=OFF
 	cmake --build build-fuzz -j $(JOBS)
 
-bench: deps
+bench: bench-deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DZKIMGSET_BUILD_BENCH=ON \
 	  -DZKIMGSET_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
