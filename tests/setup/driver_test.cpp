@@ -205,3 +205,22 @@ TEST_F(Driver, WhiteBorderIsCutAndAWhitePictureGoesWhole) {
 
 }  // namespace
 }  // namespace zkimgset::setup
+
+namespace zkimgset::setup {
+namespace {
+
+TEST_F(Driver, EachCallBindsTheServiceAndReleasesIt) {
+  const FakeService service;
+  library_.setup_mode = 0x1F;
+  for (int call = 1; call <= 2; ++call) {
+    std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
+    ASSERT_EQ(run(pixels, 20, 20), 0);
+    EXPECT_FALSE(library_.service.bound()) << "released after call " << call;
+  }
+  EXPECT_EQ(service.setup_calls(), 2);
+  // The double's log would have been lost had the library been released for
+  // good in between; held by the test, it counts both calls.
+}
+
+}  // namespace
+}  // namespace zkimgset::setup
