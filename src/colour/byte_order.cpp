@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "colour/conversions.h"
+#include "colour/swap_run.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -27,15 +28,8 @@ Rows rows_of(int width) {
   return {packed, static_cast<std::uint16_t>(packed + pad)};
 }
 
-// Copies `pixels` pixels from src to dst exchanging the first and third
-// byte; dst may equal src or lie below it.
 void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
-  for (std::size_t i = 0; i < pixels; ++i, src += 3, dst += 3) {
-    const std::uint8_t a = src[0], b = src[1], c = src[2];
-    dst[0] = c;
-    dst[1] = b;
-    dst[2] = a;
-  }
+  swap_run(dst, src, pixels);
 }
 
 void reverse_rows(std::uint8_t* pixels, std::size_t row, int height) {

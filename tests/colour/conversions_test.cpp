@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "colour/balance_curves.h"
+#include "colour/swap_run.h"
 #include "colour/table_limits.h"
 #include "support/colour_tables.h"
 #include "support/pictures.h"
@@ -151,6 +152,25 @@ TEST(ByteOrder, RoundTripsOddWidths) {
     EXPECT_EQ(buffer[2], p.pixel(0, h - 1)[0]);
     bitmap_to_packed(buffer.data(), w, h);
     EXPECT_EQ(std::memcmp(buffer.data(), p.rgb.data(), p.rgb.size()), 0) << w << "x" << h;
+  }
+}
+
+}  // namespace
+}  // namespace zkimgset::colour
+
+namespace zkimgset::colour {
+namespace {
+
+TEST(SwapRun, VectorKernelMatchesThePlainOneInPlaceAndMovingDown) {
+  std::vector<std::uint8_t> source(3 * 1003 + 9);
+  for (std::size_t i = 0; i < source.size(); ++i)
+    source[i] = static_cast<std::uint8_t>(i * 37 + 11);
+  for (std::size_t shift : {0u, 3u, 5u, 9u}) {  // dst at src, or below it
+    std::vector<std::uint8_t> plain = source, fast = source;
+    swap_run_plain(plain.data(), plain.data() + shift, 1000);
+    swap_run(fast.data(), fast.data() + shift, 1000);
+    EXPECT_EQ(plain, fast) << shift;
+    EXPECT_EQ(plain[0], source[shift + 2]);
   }
 }
 
