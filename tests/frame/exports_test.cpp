@@ -56,20 +56,6 @@ TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
   EXPECT_EQ(Classify_String(&field_cursor, field), 2u);
 }
 
-TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
-  zkimgset::testing::TempFolder folder;
-  tagRECT rect{0, 0, 127, 91};
-  auto thumb = std::make_unique<_ThumbnailData>();
-  DumpAutoSetupParam(folder.slashed().c_str(), "fresh", &rect, thumb.get());
-  std::ifstream in(folder.path() / "fresh_AutoSetupParam.txt");
-  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  EXPECT_EQ(text.substr(0, 57),
-            "orig_width\t128\norig_height\t92\n\nsetup_mode\t0\n\nFlash : 255\n");
-  for (const char* raw :
-       {"fresh_ThumbYCC128x92.raw", "fresh_ThumbRGB128x92.raw", "fresh_th_yy128x92.raw"})
-    EXPECT_TRUE(std::filesystem::exists(folder.path() / raw)) << raw;
-}
-
 // A copy of the library in a folder of its own, loaded as a host would.
 class LibraryCopy {
  public:
@@ -93,6 +79,26 @@ class LibraryCopy {
  private:
   void* handle_ = nullptr;
 };
+
+TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
+  // A copy loaded now is fresh whatever the tests before this one stored.
+  zkimgset::testing::TempFolder folder;
+  LibraryCopy copy(folder);
+  ASSERT_TRUE(copy.loaded()) << dlerror();
+  auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
+      "_Z18DumpAutoSetupParamPKcS0_P7tagRECTP14_ThumbnailData");
+  ASSERT_NE(dump, nullptr);
+  tagRECT rect{0, 0, 127, 91};
+  auto thumb = std::make_unique<_ThumbnailData>();
+  dump(folder.slashed().c_str(), "fresh", &rect, thumb.get());
+  std::ifstream in(folder.path() / "fresh_AutoSetupParam.txt");
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  EXPECT_EQ(text.substr(0, 57),
+            "orig_width\t128\norig_height\t92\n\nsetup_mode\t0\n\nFlash : 255\n");
+  for (const char* raw :
+       {"fresh_ThumbYCC128x92.raw", "fresh_ThumbRGB128x92.raw", "fresh_th_yy128x92.raw"})
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / raw)) << raw;
+}
 
 TEST(SharedLibrary, CopyWithoutTablesBesideItReportsThemMissing) {
   zkimgset::testing::TempFolder folder;

@@ -1,6 +1,7 @@
 // The set-up exports as a host calls them, with no Exif-tag service on the
 // machine.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <vector>
@@ -41,6 +42,40 @@ TEST(DriverExports, ArgumentsAreCheckedBeforeTheService) {
   EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 24, 0, 255, 0, 0),
             ZKIMGSET_SERVICE_MISSING);
   EXPECT_EQ(ImageDataConvert(pixels.data(), 100, 100), ZKIMGSET_SERVICE_MISSING);
+}
+
+}  // namespace
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+// ImageDataConvert sets the colour conversion mode to 1 for all later calls:
+// Den2Vorn then applies the 1-D table, which the default mode 3 leaves out.
+TEST(DriverExports, ImageDataConvertLeavesColourConversionModeOne) {
+  const std::string name = "ZKTEST_INVERT_" + std::to_string(::getpid()) + ".DAT";
+  const std::filesystem::path file = std::filesystem::path(ZKIMGSET_TEST_TABLE_DIR) / name;
+  {
+    std::ofstream out(file);
+    out << "1D inverted\n";
+    for (int level = 0; level < 256; ++level)
+      out << level << ',' << 255 - level << ',' << 255 - level << ',' << 255 - level << '\n';
+  }
+  ASSERT_EQ(Set1dFile(name.c_str()), ZKIMGSET_OK);
+  std::filesystem::remove(file);
+
+  ASSERT_EQ(SetColorConvMode(3), ZKIMGSET_OK);  // the load-time mode
+  std::vector<unsigned char> pixels(3 * 100 * 100, 40);
+  ASSERT_EQ(Den2Vorn(pixels.data(), 100, 100), ZKIMGSET_OK);
+  EXPECT_EQ(pixels[0], 40) << "mode 3: curves only";
+  EXPECT_EQ(ImageDataConvert(pixels.data(), 100, 100), ZKIMGSET_SERVICE_MISSING);
+  ASSERT_EQ(Den2Vorn(pixels.data(), 100, 100), ZKIMGSET_OK);
+  EXPECT_EQ(pixels[0], 255 - 40) << "mode 1: the 1-D table too";
+  SetColorConvMode(3);
+  ASSERT_EQ(Set1dFile("ZK1DDATA.DAT"), ZKIMGSET_OK);
 }
 
 }  // namespace
