@@ -23,16 +23,11 @@ __attribute__((target("avx2"))) __m256i channel_mask(int c) {
                           z, char(13 + c), z, z, z);
 }
 
-__attribute__((target("avx2"))) inline __m256i grid_fraction(__m256i v, __m256i* offset,
-                                                             int stride_shift_a,
-                                                             int stride_shift_b) {
-  // u = v - 7 above 13, else (v + 1) >> 1; node = u >> 3, fraction = u & 7.
-  const __m256i above = _mm256_cmpgt_epi32(v, _mm256_set1_epi32(13));
-  const __m256i u =
-      _mm256_blendv_epi8(_mm256_srli_epi32(_mm256_add_epi32(v, _mm256_set1_epi32(1)), 1),
-                         _mm256_sub_epi32(v, _mm256_set1_epi32(7)), above);
+// Node offset (node x stride, the stride a sum of two powers of two) and
+// fraction from a grid coordinate u in 32-bit lanes.
+__attribute__((target("avx2"))) inline __m256i split_grid(__m256i u, __m256i* offset,
+                                                          int stride_shift_a, int stride_shift_b) {
   const __m256i node = _mm256_srli_epi32(u, 3);
-  // node x stride, the stride being a sum of two powers of two.
   *offset = _mm256_add_epi32(_mm256_slli_epi32(node, stride_shift_a),
                              stride_shift_b >= 0 ? _mm256_slli_epi32(node, stride_shift_b) : node);
   return _mm256_and_si256(u, _mm256_set1_epi32(7));
@@ -46,7 +41,7 @@ __attribute__((target("avx2"))) void interpolate_run_avx2(const Interpolator& in
   const int* table = reinterpret_cast<const int*>(interpolate.table());
   const int red = options.bgr ? 2 : 0, blue = 2 - red;
   const __m256i mask_r = channel_mask(red), mask_g = channel_mask(1), mask_b = channel_mask(blue);
-  const __m256i eight = _mm256_set1_epi32(8);
+  const __m256i eight = _mm256_set1_epi32(8), seven_bytes = _mm256_set1_epi8(7);
   // Red-green corner offsets (bytes): the near-blue node there, and 3 bytes
   // on the far-blue one.
   const int rg_corner[4] = {0, 96, 3072, 3168};  // 00, 01 (green), 10 (red), 11
@@ -61,10 +56,14 @@ __attribute__((target("avx2"))) void interpolate_run_avx2(const Interpolator& in
   for (; i + 8 <= n; i += 8, p += 24) {
     const __m256i bytes = _mm256_set_m128i(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 8)),
                                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+    // Grid coordinates of all 24 bytes at once: u = max(v - 7, (v + 1) / 2),
+    // which is v - 7 above 13 and (v + 1) / 2 up to it.
+    const __m256i u = _mm256_max_epu8(_mm256_subs_epu8(bytes, seven_bytes),
+                                      _mm256_avg_epu8(bytes, _mm256_setzero_si256()));
     __m256i off_r, off_g, off_b;
-    const __m256i fr = grid_fraction(_mm256_shuffle_epi8(bytes, mask_r), &off_r, 11, 10);
-    const __m256i fg = grid_fraction(_mm256_shuffle_epi8(bytes, mask_g), &off_g, 6, 5);
-    const __m256i fb = grid_fraction(_mm256_shuffle_epi8(bytes, mask_b), &off_b, 1, -1);
+    const __m256i fr = split_grid(_mm256_shuffle_epi8(u, mask_r), &off_r, 11, 10);
+    const __m256i fg = split_grid(_mm256_shuffle_epi8(u, mask_g), &off_g, 6, 5);
+    const __m256i fb = split_grid(_mm256_shuffle_epi8(u, mask_b), &off_b, 1, -1);
     const __m256i base = _mm256_add_epi32(_mm256_add_epi32(off_r, off_g), off_b);
     const __m256i gr = _mm256_sub_epi32(eight, fr), gg = _mm256_sub_epi32(eight, fg),
                   gb = _mm256_sub_epi32(eight, fb);
