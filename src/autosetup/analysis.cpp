@@ -22,18 +22,11 @@ namespace {
 constexpr int kMaxGroupingDifference = 50;  // dif_av at or above: too busy to group
 constexpr int kMaxChromaDifference = 28;    // Cb + Cr differences above: too busy
 constexpr int kMaxArgumentSide = 32767;
-constexpr int kMaxSide = 6144;
 constexpr std::uint16_t kStageBits = 0x1F;  // bits 0..4
 
 bool has(const LibraryState& library, unsigned bits) { return (library.setup_mode & bits) != 0; }
 void clear(LibraryState& library, unsigned bits) {
   library.setup_mode = static_cast<std::uint16_t>(library.setup_mode & ~bits);
-}
-
-bool size_accepted(int width, int height) {
-  return ((width >= kThumbWidth && height >= kThumbHeight) ||
-          (width >= kThumbHeight && height >= kThumbWidth)) &&
-         width <= kMaxSide && height <= kMaxSide;
 }
 
 }  // namespace
@@ -82,7 +75,7 @@ int get_at_param(const std::uint8_t* image, int width, int height, AutoSetupPara
   if (image == nullptr || result == nullptr || width < 1 || height < 1 ||
       width > kMaxArgumentSide || height > kMaxArgumentSide)
     return ZKIMGSET_BAD_ARGUMENT;
-  if (!size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
+  if (!analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
   platform::ZeroedAllocator& heap = platform::system_allocator();
   struct Release {
     platform::ZeroedAllocator& heap;

@@ -28,4 +28,14 @@ struct Picture {
   int blue() const { return layout == Layout::PackedRgb ? 2 : 0; }
 };
 
+// The sizes the analysis and the conversions that share its tables accept:
+// one side at least 128 and the other at least 92 (the thumbnail, either way
+// round), neither above 6144.
+inline constexpr int kMinLongSide = 128, kMinShortSide = 92, kMaxAnalysisSide = 6144;
+inline bool analysis_size_accepted(int width, int height) {
+  return ((width >= kMinLongSide && height >= kMinShortSide) ||
+          (width >= kMinShortSide && height >= kMinLongSide)) &&
+         width <= kMaxAnalysisSide && height <= kMaxAnalysisSide;
+}
+
 }  // namespace zkimgset::autosetup

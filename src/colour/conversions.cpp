@@ -19,8 +19,6 @@ namespace {
 using autosetup::Layout;
 using autosetup::Picture;
 
-constexpr int kMinLong = 128, kMinShort = 92, kMaxSide = 6144;
-
 // Calls visit(pixel) for every pixel of the picture's non-white rectangle.
 template <class Visit>
 void for_each_in_content(std::uint8_t* pixels, int width, int height, Layout layout, Visit visit) {
@@ -69,9 +67,7 @@ int check(const LibraryState& state, const std::uint8_t* pixels, int width, int 
   if ((core == Core::Density || core == Core::ThreeD) && state.Table3dStatus != ZKIMGSET_OK)
     return state.Table3dStatus;
   if (pixels == nullptr) return ZKIMGSET_BAD_ARGUMENT;
-  if (core == Core::Balance && !(((width >= kMinLong && height >= kMinShort) ||
-                                  (width >= kMinShort && height >= kMinLong)) &&
-                                 width <= kMaxSide && height <= kMaxSide))
+  if (core == Core::Balance && !autosetup::analysis_size_accepted(width, height))
     return ZKIMGSET_BAD_SIZE;
   return ZKIMGSET_OK;
 }

@@ -204,10 +204,7 @@ int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,
                const DriverPicture& picture) noexcept {
   try {
     return run(library, analysis, picture);
-  } catch (const std::bad_alloc&) {
-    unbind_service(library.service);
-    return ZKIMGSET_OUT_OF_MEMORY;
-  } catch (...) {
+  } catch (...) {  // only allocations can fail inside
     unbind_service(library.service);
     return ZKIMGSET_OUT_OF_MEMORY;
   }

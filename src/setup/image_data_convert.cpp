@@ -7,13 +7,12 @@
 
 #include <cstring>
 
+#include "autosetup/picture.h"
 #include "colour/setup_table.h"
 #include "setup/pixel_pass.h"
 
 namespace zkimgset::setup {
 namespace {
-
-constexpr int kMinLong = 128, kMinShort = 92, kMaxSide = 6144;
 
 enum Mode { kPackedRgb = 0, kPlanarYCbCr = 1, kBitmapBgr = 2 };
 
@@ -30,9 +29,7 @@ int image_data_convert(LibraryState& library, autosetup::AnalysisState& analysis
                        const tagRECT* area, const tagRECT* bounds) noexcept {
   if (data == nullptr || record == nullptr || mode < kPackedRgb || mode > kBitmapBgr)
     return ZKIMGSET_BAD_ARGUMENT;
-  if (!((width >= kMinLong && height >= kMinShort) || (width >= kMinShort && height >= kMinLong)) ||
-      width > kMaxSide || height > kMaxSide)
-    return ZKIMGSET_BAD_SIZE;
+  if (!autosetup::analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
   if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
   if (bounds == nullptr ||
       (mode != kPlanarYCbCr && (area == nullptr || !inside(*area, *bounds, width, height))))

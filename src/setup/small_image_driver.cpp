@@ -21,7 +21,6 @@ namespace zkimgset::setup {
 namespace {
 
 constexpr int kTargetLong = 132, kTargetShort = 96;
-constexpr int kMinLong = 128, kMinShort = 92, kMaxSide = 6144;
 
 using autosetup::Layout;
 using autosetup::Picture;
@@ -43,11 +42,6 @@ std::vector<std::uint8_t> content_bitmap(const Picture& p, const tagRECT& c) {
     }
   }
   return out;
-}
-
-bool size_accepted(int w, int h) {
-  return ((w >= kMinLong && h >= kMinShort) || (w >= kMinShort && h >= kMinLong)) &&
-         w <= kMaxSide && h <= kMaxSide;
 }
 
 int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverPicture& in) {
@@ -80,7 +74,7 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
       return ZKIMGSET_BAD_SIZE;
     analysed = Picture{reduced.data(), result.biWidth, result.biHeight, Layout::BitmapBgr};
   }
-  if (!size_accepted(analysed.width, analysed.height)) return ZKIMGSET_BAD_SIZE;
+  if (!autosetup::analysis_size_accepted(analysed.width, analysed.height)) return ZKIMGSET_BAD_SIZE;
 
   auto thumb = std::make_unique<_ThumbnailData>();
   autosetup::make_thumbnail(analysed, autosetup::find_analysis_area(analysed), *thumb);
