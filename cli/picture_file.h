@@ -1,0 +1,54 @@
+// Picture files: JPEG (TurboJPEG) and PNG (libpng), decoded to packed 8-bit
+// R, G, B rows, top row first, and encoded back in the same format with the
+// metadata a print lab expects to keep (Exif and ICC profile).
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zkcli {
+
+// A picture that cannot be read, written or corrected; what() is the reason
+// shown to the user ("not a picture", "damaged JPEG: ...").
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+enum class Format { Jpeg, Png };
+
+struct Picture {
+  Format format = Format::Jpeg;
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> rgb;    // width x height x 3
+  std::vector<std::uint8_t> alpha;  // PNG with transparency: width x height; else empty
+  // JPEG: the input's APP1 Exif and APP2 ICC segments, each whole (marker,
+  // length and data), kept byte for byte. PNG: the chunks kept (type, data).
+  std::vector<std::string> metadata;
+  int jpeg_subsampling = -1;  // TurboJPEG's TJSAMP_* of the input
+};
+
+// The whole of a file; Failure("unreadable: ...") when it cannot be read.
+std::string read_file(const std::string& path);
+
+// Decodes a JPEG or PNG. Failure with the reason for anything else, for a
+// damaged or truncated file, and for pictures larger than max_side on a side
+// (checked before any pixel is decoded).
+Picture decode_picture(const std::string& bytes, int max_side);
+
+// Encodes a picture in its own format; JPEG at the given quality.
+std::string encode_picture(const Picture& picture, int quality);
+
+// A plain JPEG of packed R, G, B rows (the report's thumbnails).
+std::string encode_jpeg(const std::uint8_t* rgb, int width, int height, int quality);
+
+// Format-specific halves of the above.
+Picture decode_jpeg(const std::string& bytes, int max_side);
+std::string encode_jpeg_picture(const Picture& picture, int quality);
+Picture decode_png(const std::string& bytes, int max_side);
+std::string encode_png_picture(const Picture& picture);
+
+}  // namespace zkcli

@@ -1,0 +1,25 @@
+// The report's view of one corrected picture, gathered in its worker.
+#pragma once
+
+#include "library_session.h"
+#include "report.h"
+
+namespace zkcli {
+
+// The report's thumbnails fit within this box.
+inline constexpr int kReportThumbWidth = 360;
+inline constexpr int kReportThumbHeight = 270;
+
+// Cells of the thumbnail whose luminance lies within this many levels of the
+// subject level the analysis chose.
+inline constexpr int kSubjectBand = 8;
+
+// The "before" half: thumbnail, figures, subject cells. Call after the
+// analysis and before the correction.
+PictureReport report_before(const Picture& picture, const AutoSetupParam& record,
+                            const ShootingValues& shot);
+
+// The "after" half: the corrected picture's thumbnail.
+void report_after(PictureReport& report, const Picture& corrected);
+
+}  // namespace zkcli
