@@ -4,7 +4,8 @@
 #   make build   configure and build into build/
 #   make check   deps, build, every test; then every test again under
 #                AddressSanitizer and UndefinedBehaviorSanitizer in build-asan/
-#   make demo    build and run the example host program
+#   make demo    build, then correct the sample photographs in examples/photos
+#                into out/ with a visual report, out/report.html
 #   make format  clang-format every source file
 #   make fuzz    build the libFuzzer targets with clang into build-fuzz/
 #   make bench   build and run the benchmarks in build-bench/
@@ -17,19 +18,26 @@ CMAKE_ARGS ?=
 
 MAKEFLAGS += --no-print-directory
 
-# What the build and the tests need.
-DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev
+# What the build and the tests need: the command-line tool reads and writes
+# pictures with libjpeg-turbo and libpng, and its report is checked in
+# headless Chromium.
+DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
+                libturbojpeg0-dev libpng-dev
+TEST_PACKAGES := chromium
 # What the benchmarks need besides: Google Benchmark and the peers they are
 # measured against (lcms2 for the conversions, libvips for resizing, ExifTool
 # for the Exif reader; ExifTool also regenerates the Exif tests' golden
 # values, tests/exif/make_golden.pl).
-BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl
+BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl imagemagick
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: deps bench-deps install-missing configure build check test asan demo format fuzz bench clean
+.PHONY: deps test-deps bench-deps install-missing configure build check test asan demo format fuzz bench clean
 
 deps:
 	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES)"
+
+test-deps:
+	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES) $(TEST_PACKAGES)"
 
 bench-deps:
 	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES) $(BENCH_PACKAGES)"
@@ -53,10 +61,10 @@ configure: deps $(BUILD)/CMakeCache.txt
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
-test: build
+test: test-deps build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
-asan: deps
+asan: test-deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DZKIMGSET_SANITIZE=ON $(CMAKE_ARGS)
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
@@ -65,6 +73,9 @@ check: test asan
 
 demo: build
 	$(BUILD)/bin/zkimgset_hello
+	$(BUILD)/bin/zkimgset autosetup examples/photos --out-dir out --report out/report.html
+	@echo
+	@echo "Corrected pictures: out/   Report: out/report.html (open it in a browser)"
 
 format:
 	find include src tests fuzz bench cli data examples -name '*.[ch]' -o -name '*.cpp' -o -name '*.h' \

@@ -13,6 +13,7 @@ namespace zkcli {
 namespace {
 
 constexpr std::string_view kTitle = "ZKImgSet automatic set-up report";
+constexpr double kMaxThumbnailHeight = 380;  // CSS pixels
 
 // The last component of a path as given; the heading names the picture, the
 // full paths follow in smaller type.
@@ -96,11 +97,15 @@ std::string outline_overlay(const PictureReport& picture, std::string& caption) 
 
 std::string thumbnail(const ReportImage& image, std::string_view label, std::string overlay,
                       std::string caption) {
-  std::string html = "<figure class=\"shot\"><div class=\"pic\">";
+  std::string html = "<figure class=\"shot\">";
   if (has_image(image)) {
-    html += image_tag(image, std::string(label) + " correction") + overlay;
+    // Thumbnails fill their column, except that a portrait one is held to the
+    // height of a landscape one so that it does not stretch the card.
+    const double max_width = kMaxThumbnailHeight * image.width / image.height;
+    html += "<div class=\"pic\" style=\"max-width:" + format_number(max_width) + "px\">" +
+            image_tag(image, std::string(label) + " correction") + overlay;
   } else {
-    html += "<div class=\"missing\">no thumbnail</div>";
+    html += "<div class=\"pic\"><div class=\"missing\">no thumbnail</div>";
   }
   html += "</div><figcaption><b>" + std::string(label) + "</b>";
   if (!caption.empty()) html += " \u00b7 " + caption;

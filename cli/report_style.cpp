@@ -4,7 +4,9 @@ namespace zkcli {
 
 // Only fonts the reader's system already has: the page must open offline and
 // print the same anywhere. The colour tints are kept when printing because the
-// Cb/Cr plane and the outline mean something through their colours.
+// Cb/Cr plane and the outline mean something through their colours. The plane's
+// tint multiplies two opaque gradients: translucent CSS gradients get lost on
+// the way to some PDF renderers.
 std::string_view report_stylesheet() {
   return R"css(
 :root {
@@ -51,7 +53,7 @@ h3 { font-size: 12px; margin: 0 0 8px; text-transform: uppercase; letter-spacing
 .shots { display: grid; grid-template-columns: repeat(2, minmax(0, 1fr)); gap: 14px;
   align-items: start; }
 figure { margin: 0; }
-.shot .pic { position: relative; border-radius: 8px; overflow: hidden; background: #dde1e7;
+.shot .pic { position: relative; margin: 0 auto; border-radius: 8px; overflow: hidden; background: #dde1e7;
   line-height: 0; }
 .shot img { display: block; width: 100%; height: auto; }
 .shot .outline { position: absolute; inset: 0; width: 100%; height: 100%; pointer-events: none; }
@@ -61,6 +63,7 @@ figure { margin: 0; }
 .missing { line-height: 1.4; padding: 40px 10px; text-align: center; color: var(--muted); }
 figcaption { font-size: 12px; color: var(--muted); margin-top: 6px; }
 figcaption b { color: var(--ink); font-weight: 600; }
+.shot figcaption { text-align: center; }
 .swatch { display: inline-block; width: 14px; height: 9px; margin-right: 5px; vertical-align: 0;
   border: 2px solid var(--outline); outline: 1.5px solid rgba(0, 0, 0, 0.72); }
 .note { color: var(--muted); }
@@ -96,13 +99,10 @@ figcaption b { color: var(--ink); font-weight: 600; }
   stroke: #fff; stroke-width: 3px; stroke-linejoin: round; }
 .plot .marker-label.select { fill: var(--select); }
 .plot .marker-label.average { fill: var(--average); }
-.cbcr { border-radius: 8px; border: 1px solid #cfd5dd; max-width: 260px !important;
-  background:
-    linear-gradient(to right, rgba(236, 190, 20, 0.34), rgba(255, 255, 255, 0) 50%,
-      rgba(45, 95, 235, 0.32)),
-    linear-gradient(to bottom, rgba(235, 50, 60, 0.32), rgba(255, 255, 255, 0) 50%,
-      rgba(0, 185, 160, 0.32)),
-    #fbfbfc; }
+.chart .cbcr { border-radius: 8px; border: 1px solid #cfd5dd; max-width: 260px;
+  background: linear-gradient(to right, #f7e4a2, #fff 50%, #bdcdf7),
+    linear-gradient(to bottom, #f7bdc1, #fff 50%, #afe9df);
+  background-blend-mode: multiply; }
 .cbcr .axis { stroke: rgba(28, 36, 48, 0.45); stroke-width: 1; }
 .cbcr .axis-title { font-weight: 600; fill: #344054; }
 .offset-line { stroke: var(--ink); stroke-width: 2; stroke-linecap: round; }

@@ -61,7 +61,7 @@ Check check_table(const std::string& path) {
     if (!next())
       return {false, line + (left == 0 ? "the file ends" : "an empty line ends the table") +
                          " after " + std::to_string(n - 1) + " of " + std::to_string(expected) +
-                         " records" + (left == 0 && n == expected ? " (the last line needs a line feed)" : "")};
+                         " records"};
     const std::string copy = record;
     unsigned char r = 0, g = 0, b = 0;
     const int status = three ? Load_3D_LUT(record, &r, &g, &b) : Load_1D_LUT(record, &r, &g, &b);
@@ -69,6 +69,8 @@ Check check_table(const std::string& path) {
       return {false, line + "malformed record \"" + copy + "\" (expected " +
                          (three ? "i,j,k,R,G,B" : "level,R,G,B") + ")"};
   }
+  if (text.back() != '\n')
+    return {false, "no line feed at the end: the library drops the file's last character"};
   return {true, std::string(three ? "3-D" : "1-D") + " table, " + std::to_string(expected) +
                     " records"};
 }

@@ -1,0 +1,259 @@
+// The HTML report: escaping, inline images, the charts' geometry and the
+// subject outline.
+#include "report.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "base64.h"
+#include "report_plots.h"
+#include "svg_plot.h"
+
+namespace zkcli {
+namespace {
+
+int count(const std::string& text, const std::string& needle) {
+  int n = 0;
+  for (auto at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+  return n;
+}
+
+// The value of the first `attribute` of the first element that has `css_class`.
+double attribute_of(const std::string& svg, const std::string& css_class,
+                    const std::string& attribute) {
+  const std::regex element("<[a-z]+ ([^>]*)class=\"" + css_class + "\"[^>]*>");
+  std::smatch match;
+  if (!std::regex_search(svg, match, element)) return -1;
+  const std::string tag = match.str(0);
+  const std::regex value(" " + attribute + "=\"([-0-9.]+)\"");
+  if (!std::regex_search(tag, match, value)) return -1;
+  return std::stod(match.str(1));
+}
+
+PictureReport sample_picture() {
+  PictureReport p;
+  p.input = "in/holiday.jpg";
+  p.output = "out/holiday.jpg";
+  p.width = 4000;
+  p.height = 3000;
+  p.before = {"\xFF\xD8 before", 4, 3};
+  p.after = {"\xFF\xD8 after", 4, 3};
+  for (int i = 0; i < 256; ++i) p.record.tone[i] = static_cast<std::uint8_t>(i);
+  for (auto& c : p.record.sat_coef) c = 1024;
+  p.figures = {{"setup_mode", 0xDF}, {"yy_av", 96}, {"yy_select", 118}};
+  p.subject_mask = {0, 0, 0, 0,  //
+                    0, 1, 1, 0,  //
+                    0, 0, 0, 0};
+  return p;
+}
+
+// ---- Base64 ----------------------------------------------------------------------
+
+struct Base64Case {
+  std::string bytes;
+  std::string encoded;
+};
+
+class ReportBase64 : public ::testing::TestWithParam<Base64Case> {};
+
+TEST_P(ReportBase64, EncodesKnownVectors) {
+  EXPECT_EQ(base64_encode(GetParam().bytes), GetParam().encoded);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rfc4648AndHighBytes, ReportBase64,
+    ::testing::Values(Base64Case{"", ""}, Base64Case{"f", "Zg=="}, Base64Case{"fo", "Zm8="},
+                      Base64Case{"foo", "Zm9v"}, Base64Case{"foob", "Zm9vYg=="},
+                      Base64Case{"fooba", "Zm9vYmE="}, Base64Case{"foobar", "Zm9vYmFy"},
+                      Base64Case{std::string("\0", 1), "AA=="},
+                      Base64Case{"\xFF\xFE\xFD", "//79"}, Base64Case{"\xFB\xEF", "++8="}));
+
+// ---- Text ----------------------------------------------------------------------------
+
+TEST(ReportText, EscapesMarkupQuotesAndControlCharacters) {
+  EXPECT_EQ(escape_html("<script>&\"'"), "&lt;script&gt;&amp;&quot;&#39;");
+  EXPECT_EQ(escape_html(std::string("a\0b\x1B\x7F\tc\n", 8)),
+            "a\xEF\xBF\xBD" "b\xEF\xBF\xBD\xEF\xBF\xBD\tc\n");
+  EXPECT_EQ(escape_html("caf\xC3\xA9"), "caf\xC3\xA9");
+}
+
+TEST(ReportText, FormatsNumbersWithoutNegativeZero) {
+  EXPECT_EQ(format_number(-0.04, 1), "0.0");
+  EXPECT_EQ(format_number(-0.0), "0");
+  EXPECT_EQ(format_number(-3.25, 1), "-3.2");
+  EXPECT_EQ(format_number(1234.5678, 2), "1234.57");
+  EXPECT_EQ(svg_coord(12.0), "12");
+  EXPECT_EQ(svg_coord(-0.04), "0");
+}
+
+// ---- Subject outline -----------------------------------------------------------
+
+struct OutlineCase {
+  const char* name;
+  int width, height;
+  std::vector<std::uint8_t> mask;
+  std::vector<Segment> expected;
+};
+
+class ReportOutline : public ::testing::TestWithParam<OutlineCase> {};
+
+TEST_P(ReportOutline, TracesCellBordersAndMergesRuns) {
+  const OutlineCase& c = GetParam();
+  EXPECT_EQ(mask_outline(c.mask, c.width, c.height), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Masks, ReportOutline,
+    ::testing::Values(
+        OutlineCase{"OneCell", 3, 2, {0, 0, 0, 0, 1, 0},
+                    {{1, 1, 2, 1}, {1, 2, 2, 2}, {1, 1, 1, 2}, {2, 1, 2, 2}}},
+        OutlineCase{"BlockMergesIntoFourSides", 4, 4,
+                    {0, 0, 0, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0},
+                    {{1, 1, 3, 1}, {1, 3, 3, 3}, {1, 1, 1, 3}, {3, 1, 3, 3}}},
+        OutlineCase{"FullMaskFollowsTheEdge", 2, 2, {1, 1, 1, 1},
+                    {{0, 0, 2, 0}, {0, 2, 2, 2}, {0, 0, 0, 2}, {2, 0, 2, 2}}},
+        OutlineCase{"DiagonalCellsShareTheirCorner", 2, 2, {1, 0, 0, 1},
+                    {{0, 0, 1, 0}, {0, 1, 2, 1}, {1, 2, 2, 2},
+                     {0, 0, 0, 1}, {1, 0, 1, 2}, {2, 1, 2, 2}}},
+        OutlineCase{"RingHasAHole", 3, 3, {1, 1, 1, 1, 0, 1, 1, 1, 1},
+                    {{0, 0, 3, 0}, {1, 1, 2, 1}, {1, 2, 2, 2}, {0, 3, 3, 3},
+                     {0, 0, 0, 3}, {1, 1, 1, 2}, {2, 1, 2, 2}, {3, 0, 3, 3}}},
+        OutlineCase{"AllZero", 2, 2, {0, 0, 0, 0}, {}},
+        OutlineCase{"WrongSize", 3, 3, {1, 1, 1, 1}, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ReportOutline, PathDataDrawsEachSegment) {
+  const std::vector<Segment> segments = {{1, 1, 3, 1}, {1, 1, 1, 3}};
+  EXPECT_EQ(outline_path_data(segments), "M1 1H3M1 1V3");
+}
+
+// ---- Charts ----------------------------------------------------------------------
+
+// The points of the tone chart's curve, "x,y x,y ...".
+std::string curve_points(const std::string& svg) {
+  const std::regex points("<polyline points=\"([^\"]*)\" class=\"curve\"");
+  std::smatch match;
+  return std::regex_search(svg, match, points) ? match.str(1) : "";
+}
+
+double first_y(const std::string& points) { return std::stod(points.substr(points.find(',') + 1)); }
+
+TEST(ReportCharts, ToneCurveHas256PointsWithOutputUpwards) {
+  std::uint8_t dark[256] = {}, light[256];
+  std::fill(std::begin(light), std::end(light), 255);
+  const std::string low = curve_points(tone_curve_plot(dark, {}));
+  const std::string high = curve_points(tone_curve_plot(light, {}));
+  EXPECT_EQ(count(low, ","), 256);
+  EXPECT_GT(first_y(low), first_y(high)) << "output 0 must lie below output 255";
+}
+
+struct BalanceCase {
+  int cb, cr;
+  const char* range;  // the label at the ends of the axes
+};
+
+class ReportBalance : public ::testing::TestWithParam<BalanceCase> {};
+
+TEST_P(ReportBalance, PointSitsInItsQuadrantWithinTheRange) {
+  const auto [cb, cr, range] = GetParam();
+  const std::string svg = colour_balance_plot(cb, cr);
+  const double x = attribute_of(svg, "offset-point", "cx");
+  const double y = attribute_of(svg, "offset-point", "cy");
+  EXPECT_GT(x, 0);
+  EXPECT_LT(x, 240);
+  EXPECT_GT(y, 0);
+  EXPECT_LT(y, 240);
+  EXPECT_EQ(x > 120, cb > 0) << "+Cb is to the right";
+  EXPECT_EQ(y < 120, cr > 0) << "+Cr is up";
+  EXPECT_NE(svg.find(std::string(">") + range + "</text>"), std::string::npos) << svg;
+}
+
+INSTANTIATE_TEST_SUITE_P(Offsets, ReportBalance,
+                         ::testing::Values(BalanceCase{5, 9, "32"}, BalanceCase{-20, -31, "39"},
+                                           BalanceCase{-100, 40, "125"},
+                                           BalanceCase{3, -400, "500"}));
+
+TEST(ReportCharts, SaturationRangeKeepsNeutralInView) {
+  std::int16_t far[100];
+  std::fill(std::begin(far), std::end(far), 3000);
+  const std::string svg = saturation_plot(far);
+  const double neutral = attribute_of(svg, "identity", "y1");
+  const double top = attribute_of(svg, "frame", "y");
+  const double bottom = top + attribute_of(svg, "frame", "height");
+  EXPECT_GT(neutral, top);
+  EXPECT_LT(neutral, bottom);
+}
+
+// ---- Sections and page ---------------------------------------------------------
+
+TEST(ReportSection, ShowsBothThumbnailsChartsAndOutline) {
+  const std::string html = render_picture_section(sample_picture());
+  EXPECT_EQ(count(html, "<img src=\"data:image/jpeg;base64,"), 2);
+  EXPECT_NE(html.find(base64_encode("\xFF\xD8 before")), std::string::npos);
+  EXPECT_EQ(count(html, "<svg"), 4);  // the outline and three charts
+  EXPECT_NE(html.find("viewBox=\"0 0 4 3\""), std::string::npos);
+  EXPECT_NE(html.find("d=\"M1 1H3M1 2H3M1 1V2M3 1V2\""), std::string::npos);
+  EXPECT_NE(html.find("areas near the subject level (yy_select)"), std::string::npos);
+  EXPECT_NE(html.find("yy_select 118"), std::string::npos);
+  EXPECT_NE(html.find("yy_av 96"), std::string::npos);
+  EXPECT_NE(html.find("0xDF"), std::string::npos);
+  EXPECT_NE(html.find("not used"), std::string::npos);
+}
+
+class ReportNoSubject : public ::testing::TestWithParam<std::vector<std::uint8_t>> {};
+
+TEST_P(ReportNoSubject, SaysSoInsteadOfDrawing) {
+  PictureReport p = sample_picture();
+  p.subject_mask = GetParam();
+  const std::string html = render_picture_section(p);
+  EXPECT_NE(html.find("no subject selected"), std::string::npos);
+  EXPECT_EQ(html.find("class=\"outline\""), std::string::npos);
+  EXPECT_EQ(count(html, "<svg"), 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(EmptyOrZero, ReportNoSubject,
+                         ::testing::Values(std::vector<std::uint8_t>{},
+                                           std::vector<std::uint8_t>(12, 0)));
+
+TEST(ReportSection, NegativeSetupModeShowsItsSixteenBitWord) {
+  PictureReport p = sample_picture();
+  p.figures = {{"setup_mode", -2}};
+  EXPECT_NE(render_picture_section(p).find("0xFFFE"), std::string::npos);
+}
+
+TEST(ReportPage, EscapesHostileNamesAndFetchesNothing) {
+  PictureReport p = sample_picture();
+  p.input = "dir/<script>&\"x.jpg";
+  p.camera = "<img src=x onerror=alert(1)>";
+  const std::vector<std::string> sections = {
+      render_picture_section(p), render_failure_section("<script>&\".png", "bad <b>header</b>")};
+  const std::string page =
+      render_report_page({"mode <0xDF>", "1.0 & more", 1, 1, 0.5}, sections);
+  for (const char* forbidden : {"<script", "http://", "https://", "<b>", "<img src=x"})
+    EXPECT_EQ(page.find(forbidden), std::string::npos) << forbidden;
+  EXPECT_NE(page.find("&lt;script&gt;&amp;&quot;x.jpg"), std::string::npos);
+  EXPECT_NE(page.find("bad &lt;b&gt;header&lt;/b&gt;"), std::string::npos);
+  EXPECT_NE(page.find("mode &lt;0xDF&gt;"), std::string::npos);
+}
+
+TEST(ReportPage, WrapsSectionsInTheOrderGiven) {
+  const std::string page = render_report_page(
+      {"s", "v", 2, 1, 1.5}, {"<section>first</section>", "<section>second</section>",
+                              "<section>third</section>"});
+  EXPECT_EQ(page.rfind("<!DOCTYPE html>", 0), 0u);
+  EXPECT_NE(page.find("<meta charset=\"utf-8\">"), std::string::npos);
+  EXPECT_NE(page.find("<title>ZKImgSet automatic set-up report</title>"), std::string::npos);
+  const auto first = page.find("first"), second = page.find("second"), third = page.find("third");
+  ASSERT_NE(third, std::string::npos);
+  EXPECT_LT(first, second);
+  EXPECT_LT(second, third);
+  EXPECT_LT(page.find("1.50 s"), first) << "the summary comes first";
+}
+
+}  // namespace
+}  // namespace zkcli

@@ -1,0 +1,292 @@
+// The tool as a user runs it: generated pictures in a fresh folder, the
+// exit status and the messages, and what is (and is not) left on disk.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "picture_file.h"
+
+namespace zkcli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+  int status;
+  std::string output;  // stdout and stderr together
+};
+
+ToolRun run_tool(const std::string& arguments) {
+  const std::string command = std::string(ZKIMGSET_TEST_TOOL) + " " + arguments + " 2>&1";
+  FILE* pipe = popen(command.c_str(), "r");
+  ToolRun run{-1, {}};
+  char buffer[4096];
+  std::size_t n = 0;
+  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.output.append(buffer, n);
+  const int status = pclose(pipe);
+  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
+}
+
+std::string slurp(const fs::path& path) { return read_file(path.string()); }
+
+void spit(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// A picture with some structure: gradients, a warm cast and a bright patch.
+Picture test_picture(int width, int height, Format format, int seed = 0) {
+  Picture p;
+  p.format = format;
+  p.width = width;
+  p.height = height;
+  p.rgb.resize(std::size_t(width) * height * 3);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      std::uint8_t* px = &p.rgb[(std::size_t(y) * width + x) * 3];
+      const bool patch = x > width / 3 && x < width / 2 && y > height / 3 && y < height / 2;
+      px[0] = static_cast<std::uint8_t>(patch ? 230 : 60 + (x * 120) / width + seed);
+      px[1] = static_cast<std::uint8_t>(patch ? 220 : 40 + (y * 110) / height);
+      px[2] = static_cast<std::uint8_t>(patch ? 200 : 30 + ((x + y) * 60) / (width + height));
+    }
+  return p;
+}
+
+// A small Exif APP1 segment: a TIFF header and IFD0 with Make.
+std::string exif_segment() {
+  const std::string tiff = std::string("II*\0\x08\0\0\0", 8) +
+                           std::string("\x01\0\x0F\x01\x02\0\x05\0\0\0\x1A\0\0\0\0\0\0\0", 18) +
+                           std::string("Test\0", 5);
+  const std::string body = std::string("Exif\0\0", 6) + tiff;
+  const std::size_t length = body.size() + 2;
+  return std::string("\xFF\xE1", 2) + static_cast<char>(length >> 8) +
+         static_cast<char>(length & 0xFF) + body;
+}
+
+class Tool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "zkimgset-cli-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  std::string path(const std::string& name) const { return (dir_ / name).string(); }
+
+  std::string write_jpeg(const std::string& name, int width, int height, int seed = 0) {
+    Picture p = test_picture(width, height, Format::Jpeg, seed);
+    p.metadata.push_back(exif_segment());
+    spit(path(name), encode_picture(p, 90));
+    return path(name);
+  }
+
+  // Names in a folder, temporary files included.
+  static std::vector<std::string> listing(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder)) names.push_back(e.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path dir_;
+};
+
+TEST_F(Tool, JpegRoundTripKeepsSizeAndExifSegment) {
+  const std::string in = write_jpeg("in.jpg", 320, 240);
+  const ToolRun run = run_tool("autosetup " + in + " -o " + path("out.jpg"));
+  ASSERT_EQ(run.status, 0) << run.output;
+  const std::string out = slurp(path("out.jpg"));
+  const Picture decoded = decode_picture(out, 6144);
+  EXPECT_EQ(decoded.width, 320);
+  EXPECT_EQ(decoded.height, 240);
+  ASSERT_EQ(decoded.metadata.size(), 1u);
+  EXPECT_EQ(decoded.metadata[0], exif_segment());
+  EXPECT_NE(decoded.rgb, decode_picture(slurp(in), 6144).rgb) << "the picture was not corrected";
+}
+
+TEST_F(Tool, PngRoundTripKeepsTransparency) {
+  Picture p = test_picture(200, 150, Format::Png);
+  p.alpha.resize(200 * 150);
+  for (std::size_t i = 0; i < p.alpha.size(); ++i) p.alpha[i] = static_cast<std::uint8_t>(i * 7);
+  spit(path("in.png"), encode_picture(p, 0));
+  const ToolRun run = run_tool("autosetup " + path("in.png") + " -o " + path("out.png"));
+  ASSERT_EQ(run.status, 0) << run.output;
+  const Picture out = decode_picture(slurp(path("out.png")), 6144);
+  EXPECT_EQ(out.format, Format::Png);
+  EXPECT_EQ(out.width, 200);
+  EXPECT_EQ(out.alpha, p.alpha);
+}
+
+struct BadInput {
+  const char* name;
+  const char* expected;  // in the message
+};
+
+class ToolBadInput : public Tool, public ::testing::WithParamInterface<BadInput> {};
+
+TEST_P(ToolBadInput, FailsWithItsReasonAndLeavesNothing) {
+  const BadInput& bad = GetParam();
+  const std::string valid = slurp(write_jpeg("source.jpg", 320, 240));
+  const std::string name = bad.name;
+  if (name == "text.jpg") spit(path(name), "just some text, not a picture\n");
+  if (name == "truncated.jpg") spit(path(name), valid.substr(0, valid.size() / 2));
+  if (name == "small.jpg") write_jpeg(name, 100, 80);
+  if (name == "empty.png") spit(path(name), "");
+  fs::create_directory(path("out"));
+  const ToolRun run = run_tool("autosetup " + path(name) + " " + path("source.jpg") + " --out-dir " +
+                           path("out"));
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_NE(run.output.find(bad.expected), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("Corrected 1 of 2"), std::string::npos) << run.output;
+  // Only the good picture's output, and no temporary file.
+  EXPECT_EQ(listing(path("out")), std::vector<std::string>{"source.jpg"});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Reasons, ToolBadInput,
+    ::testing::Values(BadInput{"missing.jpg", "unreadable: No such file or directory"},
+                      BadInput{"text.jpg", "not a picture (neither JPEG nor PNG)"},
+                      BadInput{"truncated.jpg", "damaged JPEG"},
+                      BadInput{"small.jpg", "too small (100 x 80; at least 128 x 92 is needed)"},
+                      BadInput{"empty.png", "not a picture (empty file)"}),
+    [](const auto& info) {
+      std::string n = info.param.name;
+      return n.substr(0, n.find('.'));
+    });
+
+TEST_F(Tool, UnwritableDestinationFailsCleanly) {
+  const std::string in = write_jpeg("in.jpg", 320, 240);
+  ToolRun run = run_tool("autosetup " + in + " -o /proc/zkimgset-test.jpg");
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_NE(run.output.find("cannot write /proc/zkimgset-test.jpg"), std::string::npos)
+      << run.output;
+  run = run_tool("autosetup " + in + " --out-dir /proc/zkimgset-test");
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_NE(run.output.find("cannot create the folder /proc/zkimgset-test"), std::string::npos)
+      << run.output;
+  EXPECT_EQ(listing(dir_.string()), std::vector<std::string>{"in.jpg"});
+}
+
+TEST_F(Tool, NeverOverwritesItsInputUnlessAsked) {
+  const std::string in = write_jpeg("in.jpg", 320, 240);
+  const std::string before = slurp(in);
+  ToolRun run = run_tool("autosetup " + in + " -o " + in);
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_NE(run.output.find("--in-place"), std::string::npos) << run.output;
+  EXPECT_EQ(slurp(in), before);
+  run = run_tool("autosetup --in-place " + in);
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(slurp(in), before);
+  EXPECT_EQ(listing(dir_.string()), std::vector<std::string>{"in.jpg"});
+}
+
+TEST_F(Tool, OneWorkerAndTwoWorkersWriteTheSameBytes) {
+  fs::create_directory(path("in"));
+  for (int i = 0; i < 4; ++i)
+    write_jpeg("in/p" + std::to_string(i) + ".jpg", 300 + 20 * i, 200, 10 * i);
+  ToolRun run = run_tool("autosetup " + path("in") + " --jobs 1 --out-dir " + path("one"));
+  ASSERT_EQ(run.status, 0) << run.output;
+  run = run_tool("autosetup " + path("in") + " --jobs 2 --out-dir " + path("two"));
+  ASSERT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("Corrected 4 of 4"), std::string::npos) << run.output;
+  for (int i = 0; i < 4; ++i) {
+    const std::string name = "p" + std::to_string(i) + ".jpg";
+    EXPECT_EQ(slurp(path("one/" + name)), slurp(path("two/" + name))) << name;
+  }
+}
+
+TEST_F(Tool, ReportShowsEveryPicture) {
+  write_jpeg("a.jpg", 320, 240);
+  spit(path("b.jpg"), "not a picture");
+  const ToolRun run = run_tool("autosetup " + path("a.jpg") + " " + path("b.jpg") + " --out-dir " +
+                           path("out") + " --report " + path("report.html"));
+  EXPECT_EQ(run.status, 1) << run.output;
+  const std::string html = slurp(path("report.html"));
+  EXPECT_NE(html.find("a.jpg"), std::string::npos);
+  EXPECT_NE(html.find("not a picture"), std::string::npos);
+  EXPECT_NE(html.find("data:image/jpeg;base64,"), std::string::npos);
+}
+
+struct Usage {
+  const char* arguments;
+  const char* expected;
+};
+
+class ToolUsage : public ::testing::TestWithParam<Usage> {};
+
+TEST_P(ToolUsage, MistakesExitWithTwoAndSayWhy) {
+  const ToolRun run = run_tool(GetParam().arguments);
+  EXPECT_EQ(run.status, 2) << run.output;
+  EXPECT_NE(run.output.find(GetParam().expected), std::string::npos) << run.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Mistakes, ToolUsage,
+    ::testing::Values(Usage{"", "Usage: zkimgset COMMAND"},
+                      Usage{"frobnicate", "unknown command 'frobnicate'"},
+                      Usage{"autosetup a.jpg", "say where to write"},
+                      Usage{"autosetup a.jpg b.jpg -o c.jpg", "use --out-dir for 2 pictures"},
+                      Usage{"autosetup a.jpg -o b.jpg --level 200", "--level: 200 is outside 70..130"},
+                      Usage{"autosetup a.jpg -o b.jpg --mode 0xZZ", "not a hexadecimal number"},
+                      Usage{"autosetup a.jpg -o b.jpg --bogus", "unknown option --bogus"},
+                      Usage{"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", "three numbers"},
+                      Usage{"convert --op vorn2ta --shift 1,2,3 a.jpg -o b.jpg", "no --shift"}));
+
+TEST(ToolInfo, VersionAndHelpSucceed) {
+  for (const char* arguments : {"--version", "--help", "autosetup --help", "analyse --help",
+                                "convert --help", "tables --help"}) {
+    const ToolRun run = run_tool(arguments);
+    EXPECT_EQ(run.status, 0) << arguments << "\n" << run.output;
+    EXPECT_FALSE(run.output.empty()) << arguments;
+  }
+}
+
+}  // namespace
+}  // namespace zkcli
+
+namespace zkcli {
+namespace {
+
+TEST_F(Tool, TablesNamesTheFirstBadLine) {
+  std::string good = "1D\n", bad = "1D\n";
+  for (int i = 0; i < 256; ++i) {
+    const std::string n = std::to_string(i);
+    good += n + "," + n + "," + n + "," + n + "\n";
+    bad += i == 3 ? "3,3\n" : n + "," + n + "," + n + "," + n + "\n";
+  }
+  spit(path("good.dat"), good);
+  spit(path("bad.dat"), bad);
+  spit(path("short.dat"), good.substr(0, good.size() - 1));
+  ToolRun run = run_tool("tables " + path("good.dat"));
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("1-D table, 256 records"), std::string::npos) << run.output;
+  run = run_tool("tables " + path("bad.dat") + " " + path("short.dat"));
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_NE(run.output.find("line 5: malformed record \"3,3\""), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("no line feed at the end"), std::string::npos) << run.output;
+  run = run_tool("tables");
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("ZK3DDATA.DAT: library status 0"), std::string::npos) << run.output;
+}
+
+TEST_F(Tool, AnalyseReportsTheRecordAndDumps) {
+  const std::string in = write_jpeg("in.jpg", 320, 240);
+  ToolRun run = run_tool("analyse --json " + in + " --dump " + path("dump"));
+  ASSERT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("\"tone\": [0,"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("\"yy_select\": "), std::string::npos) << run.output;
+  EXPECT_EQ(fs::file_size(path("dump/in_ThumbYCC128x92.raw")), 128u * 92 * 3);
+  run = run_tool("convert --op balance --shift 2,0,-2 " + in + " -o " + path("c.jpg"));
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_TRUE(fs::exists(path("c.jpg")));
+}
+
+}  // namespace
+}  // namespace zkcli
