@@ -23,7 +23,7 @@ MAKEFLAGS += --no-print-directory
 # headless Chromium.
 DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
                 libturbojpeg0-dev libpng-dev
-TEST_PACKAGES := chromium
+TEST_PACKAGES := chromium imagemagick
 # What the benchmarks need besides: Google Benchmark and the peers they are
 # measured against (lcms2 for the conversions, libvips for resizing, ExifTool
 # for the Exif reader; ExifTool also regenerates the Exif tests' golden

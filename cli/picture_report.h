@@ -10,8 +10,9 @@ namespace zkcli {
 inline constexpr int kReportThumbWidth = 360;
 inline constexpr int kReportThumbHeight = 270;
 
-// Cells of the thumbnail whose luminance lies within this many levels of the
-// subject level the analysis chose.
+// Blocks of the thumbnail (this many pixels square) whose mean luminance lies
+// within kSubjectBand levels of the subject level the analysis chose.
+inline constexpr int kSubjectBlock = 8;
 inline constexpr int kSubjectBand = 8;
 
 // The "before" half: thumbnail, figures, subject cells. Call after the
