@@ -1,6 +1,7 @@
 #include "report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <string_view>
 
@@ -24,9 +25,10 @@ std::string_view file_name_of(std::string_view path) {
 }
 
 std::string seconds_text(double seconds) {
-  if (seconds >= 60) {
-    const int minutes = static_cast<int>(seconds / 60);
-    return std::to_string(minutes) + " min " + format_number(seconds - 60.0 * minutes) + " s";
+  if (seconds >= 59.5) {
+    // Rounded as a whole so that 119.6 s reads "2 min 0 s", not "1 min 60 s".
+    const long whole = std::lround(seconds);
+    return std::to_string(whole / 60) + " min " + std::to_string(whole % 60) + " s";
   }
   return format_number(seconds, seconds < 10 ? 2 : 1) + " s";
 }
@@ -63,8 +65,8 @@ std::string chip(std::string_view text, std::string_view css_class = {}) {
 
 std::string image_tag(const ReportImage& image, std::string_view alt) {
   return "<img src=\"data:image/jpeg;base64," + base64_encode(image.jpeg) + "\" width=\"" +
-         std::to_string(image.width) + "\" height=\"" + std::to_string(image.height) +
-         "\" alt=\"" + escape_html(alt) + "\">";
+         std::to_string(image.width) + "\" height=\"" + std::to_string(image.height) + "\" alt=\"" +
+         escape_html(alt) + "\">";
 }
 
 bool has_image(const ReportImage& image) {
@@ -83,8 +85,9 @@ std::string outline_overlay(const PictureReport& picture, std::string& caption) 
     return "";
   }
   if (segments.empty()) {
-    caption = "<span class=\"note\">subject outline unavailable: the mask does not match the "
-              "thumbnail</span>";
+    caption =
+        "<span class=\"note\">subject outline unavailable: the mask does not match the "
+        "thumbnail</span>";
     return "";
   }
   caption = "<span class=\"swatch\"></span>areas near the subject level (yy_select)";
@@ -124,8 +127,8 @@ std::string figures_list(const PictureReport& picture) {
 
 std::string chart(std::string svg, std::string_view title, std::string note) {
   return "<figure class=\"chart\"><figcaption><b>" + std::string(title) + "</b>" +
-         (note.empty() ? "" : " <span class=\"note\">" + note + "</span>") +
-         "</figcaption>" + svg + "</figure>";
+         (note.empty() ? "" : " <span class=\"note\">" + note + "</span>") + "</figcaption>" + svg +
+         "</figure>";
 }
 
 }  // namespace
@@ -139,8 +142,8 @@ std::string render_picture_section(const PictureReport& picture) {
   html += picture.exif_used ? chip("Exif shooting values used", "ok")
                             : chip("Exif shooting values not used", "off");
   html += chip(seconds_text(picture.seconds));
-  html += "</div><p class=\"paths\"><span>" + escape_html(picture.input) +
-          "</span> \u2192 <span>" + escape_html(picture.output) + "</span></p></header>";
+  html += "</div><p class=\"paths\"><span>" + escape_html(picture.input) + "</span> \u2192 <span>" +
+          escape_html(picture.output) + "</span></p></header>";
 
   std::string outline_caption;
   std::string overlay;
@@ -148,8 +151,8 @@ std::string render_picture_section(const PictureReport& picture) {
   html += "<div class=\"top\"><div class=\"shots\">";
   html += thumbnail(picture.before, "Before", overlay, outline_caption);
   html += thumbnail(picture.after, "After", "", "");
-  html += "</div><div class=\"facts\"><h3>Key figures</h3>" + figures_list(picture) +
-          "</div></div>";
+  html +=
+      "</div><div class=\"facts\"><h3>Key figures</h3>" + figures_list(picture) + "</div></div>";
 
   std::vector<LevelMarker> markers;
   if (auto level = figure(picture, "yy_select")) markers.push_back({"yy_select", *level, "select"});
@@ -176,10 +179,12 @@ std::string render_report_page(const RunSummary& summary,
     return "<div" + (css.empty() ? std::string() : " class=\"" + std::string(css) + "\"") +
            "><dt>" + std::string(term) + "</dt><dd>" + value + "</dd></div>";
   };
-  std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-                     "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-                     "<title>" + std::string(kTitle) + "</title>\n<style>" +
-                     std::string(report_stylesheet()) + "</style>\n</head>\n<body>\n";
+  std::string html =
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+      "<title>" +
+      std::string(kTitle) + "</title>\n<style>" + std::string(report_stylesheet()) +
+      "</style>\n</head>\n<body>\n";
   html += "<header class=\"page-head\"><h1>" + std::string(kTitle) + "</h1><dl class=\"summary\">";
   html += item("Settings", escape_html(summary.settings));
   html += item("Version", escape_html(summary.version));

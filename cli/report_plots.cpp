@@ -32,9 +32,10 @@ std::string tone_curve_plot(std::span<const std::uint8_t, 256> tone,
   std::vector<LevelMarker> sorted = markers;
   std::sort(sorted.begin(), sorted.end(),
             [](const LevelMarker& a, const LevelMarker& b) { return a.level < b.level; });
-  for (auto& m : sorted) m.level = std::clamp(m.level, 0, 255);
+  // A level outside the scale is drawn at its edge but labelled as it is.
+  auto at = [](const LevelMarker& m) { return std::clamp(m.level, 0, 255); };
   for (const auto& m : sorted)
-    svg.line(area.x(m.level), area.top, area.x(m.level), area.bottom(), "marker " + m.css_class);
+    svg.line(area.x(at(m)), area.top, area.x(at(m)), area.bottom(), "marker " + m.css_class);
 
   std::vector<Point> curve;
   curve.reserve(256);
@@ -47,9 +48,9 @@ std::string tone_curve_plot(std::span<const std::uint8_t, 256> tone,
   int stacked[2] = {0, 0};
   for (std::size_t k = 0; k < sorted.size(); ++k) {
     const LevelMarker& m = sorted[k];
-    svg.circle(area.x(m.level), area.y(tone[m.level]), 3.2, "marker-dot " + m.css_class);
-    const bool right = (k == 0 && sorted.size() > 1) ? m.level < 80 : m.level <= 190;
-    const double x = area.x(m.level) + (right ? 4 : -4);
+    svg.circle(area.x(at(m)), area.y(tone[at(m)]), 3.2, "marker-dot " + m.css_class);
+    const bool right = (k == 0 && sorted.size() > 1) ? at(m) < 80 : at(m) <= 190;
+    const double x = area.x(at(m)) + (right ? 4 : -4);
     const double y = area.top + 12 + 12 * stacked[right]++;
     svg.text(x, y, m.name + " " + std::to_string(m.level), "marker-label " + m.css_class,
              right ? Anchor::kStart : Anchor::kEnd);
@@ -61,8 +62,7 @@ std::string tone_curve_plot(std::span<const std::uint8_t, 256> tone,
 std::string colour_balance_plot(int cb, int cr) {
   // The plane fills the drawing; the page tints it through the stylesheet.
   constexpr double kSide = 240, kCentre = kSide / 2;
-  const double range =
-      std::ceil(std::max(32.0, 1.25 * std::max(std::abs(cb), std::abs(cr))));
+  const double range = std::ceil(std::max(32.0, 1.25 * std::max(std::abs(cb), std::abs(cr))));
   const PlotArea area{-range, range, -range, range, 0, 0, kSide, kSide};
   SvgCanvas svg(kSide, kSide, "plot cbcr", "Colour-balance offset on the Cb/Cr plane");
   for (double t : nice_ticks(-range, range, 4)) {

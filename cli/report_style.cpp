@@ -53,8 +53,8 @@ h3 { font-size: 12px; margin: 0 0 8px; text-transform: uppercase; letter-spacing
 .shots { display: grid; grid-template-columns: repeat(2, minmax(0, 1fr)); gap: 14px;
   align-items: start; }
 figure { margin: 0; }
-.shot .pic { position: relative; margin: 0 auto; border-radius: 8px; overflow: hidden; background: #dde1e7;
-  line-height: 0; }
+.shot .pic { position: relative; margin: 0 auto; border-radius: 8px; overflow: hidden;
+  background: #dde1e7; line-height: 0; }
 .shot img { display: block; width: 100%; height: auto; }
 .shot .outline { position: absolute; inset: 0; width: 100%; height: 100%; pointer-events: none; }
 .outline path { fill: none; vector-effect: non-scaling-stroke; stroke-linecap: square; }
@@ -121,13 +121,18 @@ figcaption b { color: var(--ink); font-weight: 600; }
 @media print {
   @page { margin: 12mm; }
   body { background: #fff; padding: 0; font-size: 11px; }
-  .card { box-shadow: none; border-color: #c8ced6; padding: 12px 14px; margin-bottom: 12px; }
-  .card-head, .shots, .charts, .failure { break-inside: avoid; }
-  .card-head { break-after: avoid; }
+  /* One picture to a page where it fits, so that no card is cut in two. */
+  .card { box-shadow: none; border-color: #c8ced6; padding: 12px 14px; margin-bottom: 12px;
+    break-inside: avoid; }
   .summary div { border-color: #c8ced6; }
-  .top { grid-template-columns: minmax(0, 1fr); gap: 12px; }
+  .top { grid-template-columns: minmax(0, 1fr); gap: 10px; }
   .facts { border-left: 0; padding-left: 0; }
-  .charts { grid-template-columns: repeat(3, minmax(0, 1fr)); gap: 12px; }
+  .figures { grid-template-columns: repeat(4, minmax(0, 1fr)); font-size: 10.5px; }
+  .figures div { padding: 1px 0; }
+  .charts { grid-template-columns: repeat(3, minmax(0, 1fr)); gap: 12px; margin-top: 10px;
+    padding-top: 10px; }
+  .chart svg { max-width: 210px; }
+  .chart .cbcr { max-width: 180px; }
 }
 )css";
 }

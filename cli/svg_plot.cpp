@@ -12,11 +12,21 @@ std::string escape_html(std::string_view text) {
   out.reserve(text.size());
   for (char c : text) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      case '\'':
+        out += "&#39;";
+        break;
       default: {
         const auto u = static_cast<unsigned char>(c);
         if ((u < 0x20 && c != '\t' && c != '\n') || u == 0x7F) {
@@ -37,8 +47,7 @@ std::string format_number(double value, int decimals) {
       std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
   if (error != std::errc()) return "?";
   std::string text(buffer, end);
-  if (text.starts_with('-') && text.find_first_not_of("-0.") == std::string::npos)
-    text.erase(0, 1);
+  if (text.starts_with('-') && text.find_first_not_of("-0.") == std::string::npos) text.erase(0, 1);
   return text;
 }
 
@@ -65,9 +74,12 @@ namespace {
 
 const char* anchor_attribute(Anchor anchor) {
   switch (anchor) {
-    case Anchor::kMiddle: return " text-anchor=\"middle\"";
-    case Anchor::kEnd: return " text-anchor=\"end\"";
-    case Anchor::kStart: break;
+    case Anchor::kMiddle:
+      return " text-anchor=\"middle\"";
+    case Anchor::kEnd:
+      return " text-anchor=\"end\"";
+    case Anchor::kStart:
+      break;
   }
   return "";
 }
@@ -82,26 +94,25 @@ std::string class_attribute(std::string_view css_class) {
 SvgCanvas::SvgCanvas(double width, double height, std::string_view css_class,
                      std::string_view title) {
   const std::string w = svg_coord(width), h = svg_coord(height);
-  out_ = "<svg" + class_attribute(css_class) + " viewBox=\"0 0 " + w + " " + h + "\" width=\"" +
-         w + "\" height=\"" + h + "\" role=\"img\" aria-label=\"" + escape_html(title) +
-         "\"><title>" + escape_html(title) + "</title>";
+  out_ = "<svg" + class_attribute(css_class) + " viewBox=\"0 0 " + w + " " + h + "\" width=\"" + w +
+         "\" height=\"" + h + "\" role=\"img\" aria-label=\"" + escape_html(title) + "\"><title>" +
+         escape_html(title) + "</title>";
 }
 
 void SvgCanvas::line(double x0, double y0, double x1, double y1, std::string_view css_class) {
-  out_ += "<line x1=\"" + svg_coord(x0) + "\" y1=\"" + svg_coord(y0) + "\" x2=\"" +
-          svg_coord(x1) + "\" y2=\"" + svg_coord(y1) + "\"" + class_attribute(css_class) + "/>";
+  out_ += "<line x1=\"" + svg_coord(x0) + "\" y1=\"" + svg_coord(y0) + "\" x2=\"" + svg_coord(x1) +
+          "\" y2=\"" + svg_coord(y1) + "\"" + class_attribute(css_class) + "/>";
 }
 
-void SvgCanvas::rect(double x, double y, double width, double height,
-                     std::string_view css_class) {
+void SvgCanvas::rect(double x, double y, double width, double height, std::string_view css_class) {
   out_ += "<rect x=\"" + svg_coord(x) + "\" y=\"" + svg_coord(y) + "\" width=\"" +
           svg_coord(width) + "\" height=\"" + svg_coord(height) + "\"" +
           class_attribute(css_class) + "/>";
 }
 
 void SvgCanvas::circle(double cx, double cy, double r, std::string_view css_class) {
-  out_ += "<circle cx=\"" + svg_coord(cx) + "\" cy=\"" + svg_coord(cy) + "\" r=\"" +
-          svg_coord(r) + "\"" + class_attribute(css_class) + "/>";
+  out_ += "<circle cx=\"" + svg_coord(cx) + "\" cy=\"" + svg_coord(cy) + "\" r=\"" + svg_coord(r) +
+          "\"" + class_attribute(css_class) + "/>";
 }
 
 void SvgCanvas::points(std::span<const Point> points) {
@@ -127,9 +138,8 @@ void SvgCanvas::polygon(std::span<const Point> points, std::string_view css_clas
 
 void SvgCanvas::text(double x, double y, std::string_view text, std::string_view css_class,
                      Anchor anchor) {
-  out_ += "<text x=\"" + svg_coord(x) + "\" y=\"" + svg_coord(y) + "\"" +
-          anchor_attribute(anchor) + class_attribute(css_class) + ">" + escape_html(text) +
-          "</text>";
+  out_ += "<text x=\"" + svg_coord(x) + "\" y=\"" + svg_coord(y) + "\"" + anchor_attribute(anchor) +
+          class_attribute(css_class) + ">" + escape_html(text) + "</text>";
 }
 
 void SvgCanvas::vertical_text(double x, double y, std::string_view text,

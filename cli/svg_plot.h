@@ -66,8 +66,7 @@ class SvgCanvas {
   void vertical_text(double x, double y, std::string_view text, std::string_view css_class);
 
   // A light grid at the ticks, labelled outside the area's left and bottom.
-  void grid(const PlotArea& area, std::span<const double> x_ticks,
-            std::span<const double> y_ticks);
+  void grid(const PlotArea& area, std::span<const double> x_ticks, std::span<const double> y_ticks);
   // Axis titles centred under and to the left of the area.
   void axis_titles(const PlotArea& area, std::string_view x_title, std::string_view y_title);
 

@@ -66,19 +66,20 @@ TEST_P(ReportBase64, EncodesKnownVectors) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rfc4648AndHighBytes, ReportBase64,
+    ReportRfc4648, ReportBase64,
     ::testing::Values(Base64Case{"", ""}, Base64Case{"f", "Zg=="}, Base64Case{"fo", "Zm8="},
                       Base64Case{"foo", "Zm9v"}, Base64Case{"foob", "Zm9vYg=="},
                       Base64Case{"fooba", "Zm9vYmE="}, Base64Case{"foobar", "Zm9vYmFy"},
-                      Base64Case{std::string("\0", 1), "AA=="},
-                      Base64Case{"\xFF\xFE\xFD", "//79"}, Base64Case{"\xFB\xEF", "++8="}));
+                      Base64Case{std::string("\0", 1), "AA=="}, Base64Case{"\xFF\xFE\xFD", "//79"},
+                      Base64Case{"\xFB\xEF", "++8="}));
 
 // ---- Text ----------------------------------------------------------------------------
 
 TEST(ReportText, EscapesMarkupQuotesAndControlCharacters) {
   EXPECT_EQ(escape_html("<script>&\"'"), "&lt;script&gt;&amp;&quot;&#39;");
   EXPECT_EQ(escape_html(std::string("a\0b\x1B\x7F\tc\n", 8)),
-            "a\xEF\xBF\xBD" "b\xEF\xBF\xBD\xEF\xBF\xBD\tc\n");
+            "a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD\xEF\xBF\xBD\tc\n");
   EXPECT_EQ(escape_html("caf\xC3\xA9"), "caf\xC3\xA9");
 }
 
@@ -108,21 +109,41 @@ TEST_P(ReportOutline, TracesCellBordersAndMergesRuns) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Masks, ReportOutline,
+    ReportMasks, ReportOutline,
     ::testing::Values(
-        OutlineCase{"OneCell", 3, 2, {0, 0, 0, 0, 1, 0},
+        OutlineCase{"OneCell",
+                    3,
+                    2,
+                    {0, 0, 0, 0, 1, 0},
                     {{1, 1, 2, 1}, {1, 2, 2, 2}, {1, 1, 1, 2}, {2, 1, 2, 2}}},
-        OutlineCase{"BlockMergesIntoFourSides", 4, 4,
+        OutlineCase{"BlockMergesIntoFourSides",
+                    4,
+                    4,
                     {0, 0, 0, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0},
                     {{1, 1, 3, 1}, {1, 3, 3, 3}, {1, 1, 1, 3}, {3, 1, 3, 3}}},
-        OutlineCase{"FullMaskFollowsTheEdge", 2, 2, {1, 1, 1, 1},
+        OutlineCase{"FullMaskFollowsTheEdge",
+                    2,
+                    2,
+                    {1, 1, 1, 1},
                     {{0, 0, 2, 0}, {0, 2, 2, 2}, {0, 0, 0, 2}, {2, 0, 2, 2}}},
-        OutlineCase{"DiagonalCellsShareTheirCorner", 2, 2, {1, 0, 0, 1},
-                    {{0, 0, 1, 0}, {0, 1, 2, 1}, {1, 2, 2, 2},
-                     {0, 0, 0, 1}, {1, 0, 1, 2}, {2, 1, 2, 2}}},
-        OutlineCase{"RingHasAHole", 3, 3, {1, 1, 1, 1, 0, 1, 1, 1, 1},
-                    {{0, 0, 3, 0}, {1, 1, 2, 1}, {1, 2, 2, 2}, {0, 3, 3, 3},
-                     {0, 0, 0, 3}, {1, 1, 1, 2}, {2, 1, 2, 2}, {3, 0, 3, 3}}},
+        OutlineCase{
+            "DiagonalCellsShareTheirCorner",
+            2,
+            2,
+            {1, 0, 0, 1},
+            {{0, 0, 1, 0}, {0, 1, 2, 1}, {1, 2, 2, 2}, {0, 0, 0, 1}, {1, 0, 1, 2}, {2, 1, 2, 2}}},
+        OutlineCase{"RingHasAHole",
+                    3,
+                    3,
+                    {1, 1, 1, 1, 0, 1, 1, 1, 1},
+                    {{0, 0, 3, 0},
+                     {1, 1, 2, 1},
+                     {1, 2, 2, 2},
+                     {0, 3, 3, 3},
+                     {0, 0, 0, 3},
+                     {1, 1, 1, 2},
+                     {2, 1, 2, 2},
+                     {3, 0, 3, 3}}},
         OutlineCase{"AllZero", 2, 2, {0, 0, 0, 0}, {}},
         OutlineCase{"WrongSize", 3, 3, {1, 1, 1, 1}, {}}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -169,11 +190,11 @@ TEST_P(ReportBalance, PointSitsInItsQuadrantWithinTheRange) {
   EXPECT_GT(y, 0);
   EXPECT_LT(y, 240);
   EXPECT_EQ(x > 120, cb > 0) << "+Cb is to the right";
-  EXPECT_EQ(y < 120, cr > 0) << "+Cr is up";
+  EXPECT_EQ(y<120, cr> 0) << "+Cr is up";
   EXPECT_NE(svg.find(std::string(">") + range + "</text>"), std::string::npos) << svg;
 }
 
-INSTANTIATE_TEST_SUITE_P(Offsets, ReportBalance,
+INSTANTIATE_TEST_SUITE_P(ReportOffsets, ReportBalance,
                          ::testing::Values(BalanceCase{5, 9, "32"}, BalanceCase{-20, -31, "39"},
                                            BalanceCase{-100, 40, "125"},
                                            BalanceCase{3, -400, "500"}));
@@ -216,7 +237,7 @@ TEST_P(ReportNoSubject, SaysSoInsteadOfDrawing) {
   EXPECT_EQ(count(html, "<svg"), 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(EmptyOrZero, ReportNoSubject,
+INSTANTIATE_TEST_SUITE_P(ReportEmptyMask, ReportNoSubject,
                          ::testing::Values(std::vector<std::uint8_t>{},
                                            std::vector<std::uint8_t>(12, 0)));
 
@@ -232,9 +253,8 @@ TEST(ReportPage, EscapesHostileNamesAndFetchesNothing) {
   p.camera = "<img src=x onerror=alert(1)>";
   const std::vector<std::string> sections = {
       render_picture_section(p), render_failure_section("<script>&\".png", "bad <b>header</b>")};
-  const std::string page =
-      render_report_page({"mode <0xDF>", "1.0 & more", 1, 1, 0.5}, sections);
-  for (const char* forbidden : {"<script", "http://", "https://", "<b>", "<img src=x"})
+  const std::string page = render_report_page({"mode <0xDF>", "1.0 & more", 1, 1, 0.5}, sections);
+  for (const char* forbidden : {"<script", "http://", "https://", "<b>header", "<img src=x"})
     EXPECT_EQ(page.find(forbidden), std::string::npos) << forbidden;
   EXPECT_NE(page.find("&lt;script&gt;&amp;&quot;x.jpg"), std::string::npos);
   EXPECT_NE(page.find("bad &lt;b&gt;header&lt;/b&gt;"), std::string::npos);
@@ -243,8 +263,8 @@ TEST(ReportPage, EscapesHostileNamesAndFetchesNothing) {
 
 TEST(ReportPage, WrapsSectionsInTheOrderGiven) {
   const std::string page = render_report_page(
-      {"s", "v", 2, 1, 1.5}, {"<section>first</section>", "<section>second</section>",
-                              "<section>third</section>"});
+      {"s", "v", 2, 1, 1.5},
+      {"<section>first</section>", "<section>second</section>", "<section>third</section>"});
   EXPECT_EQ(page.rfind("<!DOCTYPE html>", 0), 0u);
   EXPECT_NE(page.find("<meta charset=\"utf-8\">"), std::string::npos);
   EXPECT_NE(page.find("<title>ZKImgSet automatic set-up report</title>"), std::string::npos);
@@ -254,6 +274,25 @@ TEST(ReportPage, WrapsSectionsInTheOrderGiven) {
   EXPECT_LT(second, third);
   EXPECT_LT(page.find("1.50 s"), first) << "the summary comes first";
 }
+
+struct TimeCase {
+  double seconds;
+  const char* shown;
+};
+
+class ReportTime : public ::testing::TestWithParam<TimeCase> {};
+
+TEST_P(ReportTime, TotalTimeReadsNaturally) {
+  const std::string page = render_report_page({"s", "v", 0, 0, GetParam().seconds}, {});
+  EXPECT_NE(page.find(std::string("<dd>") + GetParam().shown + "</dd>"), std::string::npos)
+      << GetParam().shown;
+}
+
+INSTANTIATE_TEST_SUITE_P(ReportDurations, ReportTime,
+                         ::testing::Values(TimeCase{0.004, "0.00 s"}, TimeCase{9.996, "10.00 s"},
+                                           TimeCase{12.34, "12.3 s"}, TimeCase{59.96, "1 min 0 s"},
+                                           TimeCase{119.6, "2 min 0 s"},
+                                           TimeCase{3725, "62 min 5 s"}));
 
 }  // namespace
 }  // namespace zkcli
