@@ -80,12 +80,13 @@ std::string json_array(const T* values, int count) {
 
 void print_json(const Options& o, const Picture& p, const ShootingValues& shot,
                 const AutoSetupParam& r, const Figures& figures) {
-  std::printf("{\n  \"file\": %s,\n  \"width\": %d,\n  \"height\": %d,\n", json_string(o.input).c_str(),
-              p.width, p.height);
-  std::printf("  \"exif\": {\"used\": %s, \"flash\": %u, \"brightness_num\": %d, "
-              "\"brightness_den\": %d, \"camera\": %s},\n",
-              shot.from_file ? "true" : "false", shot.flash, shot.brightness_num,
-              shot.brightness_den, json_string(shot.camera).c_str());
+  std::printf("{\n  \"file\": %s,\n  \"width\": %d,\n  \"height\": %d,\n",
+              json_string(o.input).c_str(), p.width, p.height);
+  std::printf(
+      "  \"exif\": {\"used\": %s, \"flash\": %u, \"brightness_num\": %d, "
+      "\"brightness_den\": %d, \"camera\": %s},\n",
+      shot.from_file ? "true" : "false", shot.flash, shot.brightness_num, shot.brightness_den,
+      json_string(shot.camera).c_str());
   std::printf("  \"cb_ofs\": %d,\n  \"cr_ofs\": %d,\n", r.cb_ofs, r.cr_ofs);
   std::printf("  \"tone\": %s,\n", json_array(r.tone, 256).c_str());
   std::printf("  \"sat_coef\": %s,\n", json_array(r.sat_coef, 100).c_str());
@@ -138,7 +139,8 @@ int run_analyse(int argc, char** argv, int first) {
     base = base.substr(0, base.rfind('.'));
     const Figures figures = analysis_figures(picture, o.dump, base);
     (o.json ? print_json : print_table)(o, picture, shot, record, figures);
-    if (!o.dump.empty()) std::fprintf(stderr, "Dump files: %s/%s_*\n", o.dump.c_str(), base.c_str());
+    if (!o.dump.empty())
+      std::fprintf(stderr, "Dump files: %s/%s_*\n", o.dump.c_str(), base.c_str());
   } catch (const Failure& e) {
     std::fprintf(stderr, "zkimgset analyse: %s: %s\n", o.input.c_str(), e.what());
     return kExitFailed;

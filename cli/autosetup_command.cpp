@@ -18,7 +18,8 @@
 namespace zkcli {
 namespace {
 
-constexpr const char* kHelp = R"(Usage: zkimgset autosetup IN... (-o OUT | --out-dir DIR | --in-place) [options]
+constexpr const char* kHelp =
+    R"(Usage: zkimgset autosetup IN... (-o OUT | --out-dir DIR | --in-place) [options]
 
 Analyses each JPEG or PNG picture (or every one in a folder IN), corrects its
 tone, colour balance and saturation, and writes it in the same format.
@@ -134,8 +135,7 @@ int run_autosetup(int argc, char** argv, int first) {
   std::vector<std::pair<std::string, std::string>> failures;
   Progress progress(jobs.size(), stderr, isatty(STDERR_FILENO) != 0);
   run_in_processes(
-      jobs.size(), o.jobs,
-      [&](std::size_t i) { return correct(jobs[i], o); },
+      jobs.size(), o.jobs, [&](std::size_t i) { return correct(jobs[i], o); },
       [&](std::size_t i, const TaskResult& r) {
         progress.finished(jobs[i].input, r.ok, r.message);
         if (r.ok) {
@@ -155,7 +155,8 @@ int run_autosetup(int argc, char** argv, int first) {
               jobs.size() == 1 ? "" : "s", seconds);
   if (failed > 0) {
     std::printf("%d failed:\n", failed);
-    for (const auto& [input, reason] : failures) std::printf("  %s: %s\n", input.c_str(), reason.c_str());
+    for (const auto& [input, reason] : failures)
+      std::printf("  %s: %s\n", input.c_str(), reason.c_str());
   }
   if (!o.report.empty()) {
     const RunSummary summary{settings_text(o), ZKIMGSET_CLI_VERSION, succeeded, failed, seconds};

@@ -38,8 +38,7 @@ std::string Arguments::positional() {
     if (done()) throw UsageError("nothing after --");
     arg = args_[at_++];
   }
-  if (!options_ended_ && arg.size() > 1 && arg[0] == '-')
-    throw UsageError("unknown option " + arg);
+  if (!options_ended_ && arg.size() > 1 && arg[0] == '-') throw UsageError("unknown option " + arg);
   return arg;
 }
 

@@ -36,8 +36,8 @@ std::vector<std::string> metadata_segments(const std::string& bytes) {
       continue;
     }
     if (marker == 0xDA || marker == 0xD9) break;  // start of scan, end of image
-    const std::size_t length = static_cast<unsigned char>(bytes[at + 2]) << 8 |
-                               static_cast<unsigned char>(bytes[at + 3]);
+    const std::size_t length =
+        static_cast<unsigned char>(bytes[at + 2]) << 8 | static_cast<unsigned char>(bytes[at + 3]);
     if (length < 2 || at + 2 + length > bytes.size()) break;
     const bool exif = marker == 0xE1 && starts_with(bytes, at + 4, "Exif\0\0", 6);
     const bool icc = marker == 0xE2 && starts_with(bytes, at + 4, "ICC_PROFILE\0", 12);
@@ -80,25 +80,28 @@ Picture decode_jpeg(const std::string& bytes, int max_side) {
 }
 
 std::string encode_jpeg(const std::uint8_t* rgb, int width, int height, int quality) {
-  return encode_jpeg_picture(Picture{Format::Jpeg, width, height,
-                                     std::vector<std::uint8_t>(rgb, rgb + std::size_t(width) *
-                                                                              height * 3),
-                                     {}, {}, TJSAMP_420},
-                             quality);
+  return encode_jpeg_picture(
+      Picture{Format::Jpeg,
+              width,
+              height,
+              std::vector<std::uint8_t>(rgb, rgb + std::size_t(width) * height * 3),
+              {},
+              {},
+              TJSAMP_420},
+      quality);
 }
 
 std::string encode_jpeg_picture(const Picture& picture, int quality) {
   Handle codec(tjInitCompress());
   // Grey inputs come back in colour after a colour correction.
-  const int subsampling =
-      picture.jpeg_subsampling < 0 || picture.jpeg_subsampling == TJSAMP_GRAY
-          ? TJSAMP_420
-          : picture.jpeg_subsampling;
+  const int subsampling = picture.jpeg_subsampling < 0 || picture.jpeg_subsampling == TJSAMP_GRAY
+                              ? TJSAMP_420
+                              : picture.jpeg_subsampling;
   unsigned char* out = nullptr;
   unsigned long out_size = 0;
-  const int failed = tjCompress2(codec.h, picture.rgb.data(), picture.width, 0, picture.height,
-                                 TJPF_RGB, &out, &out_size, subsampling, quality,
-                                 TJFLAG_ACCURATEDCT);
+  const int failed =
+      tjCompress2(codec.h, picture.rgb.data(), picture.width, 0, picture.height, TJPF_RGB, &out,
+                  &out_size, subsampling, quality, TJFLAG_ACCURATEDCT);
   const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(out, tjFree);
   if (failed != 0) throw Failure("cannot encode JPEG: " + codec_error(codec.h));
 
@@ -106,8 +109,8 @@ std::string encode_jpeg_picture(const Picture& picture, int quality) {
   // After SOI and the encoder's JFIF APP0, if it wrote one.
   std::size_t insert_at = 2;
   if (encoded.size() > 6 && static_cast<unsigned char>(encoded[3]) == 0xE0)
-    insert_at = 4 + (static_cast<unsigned char>(encoded[4]) << 8 |
-                     static_cast<unsigned char>(encoded[5]));
+    insert_at =
+        4 + (static_cast<unsigned char>(encoded[4]) << 8 | static_cast<unsigned char>(encoded[5]));
   std::string result = encoded.substr(0, insert_at);
   for (const std::string& segment : picture.metadata) result += segment;
   result.append(encoded, insert_at, std::string::npos);

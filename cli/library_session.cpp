@@ -36,8 +36,8 @@ class ScratchFolder {
  public:
   ScratchFolder() {
     const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") +
-                          "/zkimgset-dump-XXXXXX";
+    std::string pattern =
+        std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/zkimgset-dump-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr)
       throw Failure("cannot make a temporary folder: " + std::string(std::strerror(errno)));
     path_ = pattern;
@@ -185,8 +185,8 @@ void apply_correction(Picture& picture, AutoSetupParam& record) {
 
 std::vector<std::uint8_t> scaled_copy(const Picture& picture, int max_width, int max_height,
                                       int& width, int& height) {
-  const double scale = std::min({1.0, double(max_width) / picture.width,
-                                 double(max_height) / picture.height});
+  const double scale =
+      std::min({1.0, double(max_width) / picture.width, double(max_height) / picture.height});
   const int want_w = std::max(1, static_cast<int>(picture.width * scale + 0.5));
   const int want_h = std::max(1, static_cast<int>(picture.height * scale + 0.5));
   std::vector<std::uint8_t> source(bitmap_bytes(picture.width, picture.height));
@@ -195,8 +195,8 @@ std::vector<std::uint8_t> scaled_copy(const Picture& picture, int max_width, int
   const ZKImgSetBitmapInfoHeader source_header = bitmap_header(picture.width, picture.height);
   ZKImgSetBitmapInfoHeader result_header{};
   std::vector<std::uint8_t> result(bitmap_bytes(want_w, want_h));
-  const int status = ResizeExec(&source_header, source.data(), &result_header, result.data(),
-                                want_w, want_h);
+  const int status =
+      ResizeExec(&source_header, source.data(), &result_header, result.data(), want_w, want_h);
   if (status != ZKIMGSET_OK) throw Failure("cannot scale the picture: " + status_message(status));
   width = result_header.biWidth;
   height = result_header.biHeight;

@@ -19,8 +19,8 @@ ReportImage thumbnail(const Picture& picture, std::vector<std::uint8_t>* pixels 
 // chose for the subject. Blocks of the thumbnail whose mean luminance lies
 // near that level show where the subject could lie. Empty when the subject
 // stage did not run.
-std::vector<std::uint8_t> subject_cells(const std::vector<std::uint8_t>& rgb, int width,
-                                        int height, const Figures& figures) {
+std::vector<std::uint8_t> subject_cells(const std::vector<std::uint8_t>& rgb, int width, int height,
+                                        const Figures& figures) {
   const int mode = figure(figures, "setup_mode", 0);
   const int level = figure(figures, "yy_select", -1);
   if ((mode & ZKIMGSET_SETUP_GROUP_DENSITY) == 0 || level < 0) return {};

@@ -71,8 +71,8 @@ Check check_table(const std::string& path) {
   }
   if (text.back() != '\n')
     return {false, "no line feed at the end: the library drops the file's last character"};
-  return {true, std::string(three ? "3-D" : "1-D") + " table, " + std::to_string(expected) +
-                    " records"};
+  return {true,
+          std::string(three ? "3-D" : "1-D") + " table, " + std::to_string(expected) + " records"};
 }
 
 std::string library_folder() {
@@ -110,7 +110,8 @@ int library_tables() {
   bool good = true;
   const int status1d = Set1dFile("ZK1DDATA.DAT");
   std::printf("1-D table ZK1DDATA.DAT: %s\n", status_message(status1d).c_str());
-  if (!folder.empty()) good &= report("  " + folder + "ZK1DDATA.DAT", check_table(folder + "ZK1DDATA.DAT"));
+  if (!folder.empty())
+    good &= report("  " + folder + "ZK1DDATA.DAT", check_table(folder + "ZK1DDATA.DAT"));
   const std::string name3d = folder.empty() ? "" : first_3d_file(folder);
   const int status3d = Set3dFile(nullptr);
   std::printf("3-D table %s: %s\n", name3d.empty() ? "(no ZK3D*.DAT file)" : name3d.c_str(),

@@ -73,8 +73,10 @@ TaskResult finish(Running& r) {
   TaskResult result;
   if (decode(r.received, result) && WIFEXITED(status) && WEXITSTATUS(status) == 0) return result;
   if (WIFSIGNALED(status))
-    return {false, "the worker process ended by signal " + std::to_string(WTERMSIG(status)) + " (" +
-                       strsignal(WTERMSIG(status)) + ")", {}};
+    return {false,
+            "the worker process ended by signal " + std::to_string(WTERMSIG(status)) + " (" +
+                strsignal(WTERMSIG(status)) + ")",
+            {}};
   return {false, "the worker process ended without a result", {}};
 }
 

@@ -140,8 +140,8 @@ TEST_P(ToolBadInput, FailsWithItsReasonAndLeavesNothing) {
   if (name == "small.jpg") write_jpeg(name, 100, 80);
   if (name == "empty.png") spit(path(name), "");
   fs::create_directory(path("out"));
-  const ToolRun run = run_tool("autosetup " + path(name) + " " + path("source.jpg") + " --out-dir " +
-                           path("out"));
+  const ToolRun run =
+      run_tool("autosetup " + path(name) + " " + path("source.jpg") + " --out-dir " + path("out"));
   EXPECT_EQ(run.status, 1) << run.output;
   EXPECT_NE(run.output.find(bad.expected), std::string::npos) << run.output;
   EXPECT_NE(run.output.find("Corrected 1 of 2"), std::string::npos) << run.output;
@@ -206,7 +206,7 @@ TEST_F(Tool, ReportShowsEveryPicture) {
   write_jpeg("a.jpg", 320, 240);
   spit(path("b.jpg"), "not a picture");
   const ToolRun run = run_tool("autosetup " + path("a.jpg") + " " + path("b.jpg") + " --out-dir " +
-                           path("out") + " --report " + path("report.html"));
+                               path("out") + " --report " + path("report.html"));
   EXPECT_EQ(run.status, 1) << run.output;
   const std::string html = slurp(path("report.html"));
   EXPECT_NE(html.find("a.jpg"), std::string::npos);
@@ -233,7 +233,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Usage{"frobnicate", "unknown command 'frobnicate'"},
                       Usage{"autosetup a.jpg", "say where to write"},
                       Usage{"autosetup a.jpg b.jpg -o c.jpg", "use --out-dir for 2 pictures"},
-                      Usage{"autosetup a.jpg -o b.jpg --level 200", "--level: 200 is outside 70..130"},
+                      Usage{"autosetup a.jpg -o b.jpg --level 200",
+                            "--level: 200 is outside 70..130"},
                       Usage{"autosetup a.jpg -o b.jpg --mode 0xZZ", "not a hexadecimal number"},
                       Usage{"autosetup a.jpg -o b.jpg --bogus", "unknown option --bogus"},
                       Usage{"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", "three numbers"},
