@@ -91,6 +91,7 @@ bench: bench-deps
 	  -DZKIMGSET_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
 	for b in build-bench/bin/zkimgset_bench_*; do $$b; done
+	bench/cli_autosetup.sh build-bench/bin/zkimgset
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz build-bench
