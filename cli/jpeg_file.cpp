@@ -49,6 +49,29 @@ std::vector<std::string> metadata_segments(const std::string& bytes) {
 
 std::string codec_error(tjhandle h) { return tjGetErrorStr2(h); }
 
+// Encodes packed R, G, B rows and inserts the metadata segments.
+std::string compress(const std::uint8_t* rgb, int width, int height, int subsampling, int quality,
+                     const std::vector<std::string>& metadata) {
+  Handle codec(tjInitCompress());
+  unsigned char* out = nullptr;
+  unsigned long out_size = 0;
+  const int failed = tjCompress2(codec.h, rgb, width, 0, height, TJPF_RGB, &out, &out_size,
+                                 subsampling, quality, TJFLAG_ACCURATEDCT);
+  const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(out, tjFree);
+  if (failed != 0) throw Failure("cannot encode JPEG: " + codec_error(codec.h));
+
+  const std::string encoded(reinterpret_cast<const char*>(out), out_size);
+  // After SOI and the encoder's JFIF APP0, if it wrote one.
+  std::size_t insert_at = 2;
+  if (encoded.size() > 6 && static_cast<unsigned char>(encoded[3]) == 0xE0)
+    insert_at =
+        4 + (static_cast<unsigned char>(encoded[4]) << 8 | static_cast<unsigned char>(encoded[5]));
+  std::string result = encoded.substr(0, insert_at);
+  for (const std::string& segment : metadata) result += segment;
+  result.append(encoded, insert_at, std::string::npos);
+  return result;
+}
+
 }  // namespace
 
 Picture decode_jpeg(const std::string& bytes, int max_side) {
@@ -80,41 +103,16 @@ Picture decode_jpeg(const std::string& bytes, int max_side) {
 }
 
 std::string encode_jpeg(const std::uint8_t* rgb, int width, int height, int quality) {
-  return encode_jpeg_picture(
-      Picture{Format::Jpeg,
-              width,
-              height,
-              std::vector<std::uint8_t>(rgb, rgb + std::size_t(width) * height * 3),
-              {},
-              {},
-              TJSAMP_420},
-      quality);
+  return compress(rgb, width, height, TJSAMP_420, quality, {});
 }
 
 std::string encode_jpeg_picture(const Picture& picture, int quality) {
-  Handle codec(tjInitCompress());
   // Grey inputs come back in colour after a colour correction.
   const int subsampling = picture.jpeg_subsampling < 0 || picture.jpeg_subsampling == TJSAMP_GRAY
                               ? TJSAMP_420
                               : picture.jpeg_subsampling;
-  unsigned char* out = nullptr;
-  unsigned long out_size = 0;
-  const int failed =
-      tjCompress2(codec.h, picture.rgb.data(), picture.width, 0, picture.height, TJPF_RGB, &out,
-                  &out_size, subsampling, quality, TJFLAG_ACCURATEDCT);
-  const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(out, tjFree);
-  if (failed != 0) throw Failure("cannot encode JPEG: " + codec_error(codec.h));
-
-  const std::string encoded(reinterpret_cast<const char*>(out), out_size);
-  // After SOI and the encoder's JFIF APP0, if it wrote one.
-  std::size_t insert_at = 2;
-  if (encoded.size() > 6 && static_cast<unsigned char>(encoded[3]) == 0xE0)
-    insert_at =
-        4 + (static_cast<unsigned char>(encoded[4]) << 8 | static_cast<unsigned char>(encoded[5]));
-  std::string result = encoded.substr(0, insert_at);
-  for (const std::string& segment : picture.metadata) result += segment;
-  result.append(encoded, insert_at, std::string::npos);
-  return result;
+  return compress(picture.rgb.data(), picture.width, picture.height, subsampling, quality,
+                  picture.metadata);
 }
 
 }  // namespace zkcli
