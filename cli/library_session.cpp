@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace zkcli {
@@ -160,18 +161,14 @@ Figures analysis_figures(const Picture& picture, const std::string& dump_folder,
   _ThumbnailData thumb = dump_thumbnail(picture);
   tagRECT rect{0, 0, picture.width - 1, picture.height - 1};
   const std::string name = base.empty() ? "picture" : base;
-  if (!dump_folder.empty()) {
-    const std::string folder = dump_folder.back() == '/' ? dump_folder : dump_folder + "/";
-    DumpAutoSetupParam(folder.c_str(), name.c_str(), &rect, &thumb);
-    std::ifstream text(folder + name + "_AutoSetupParam.txt");
-    if (!text) throw Failure("cannot write the dump files in " + dump_folder);
-    return parse_dump_text(text);
-  }
-  ScratchFolder scratch;
-  const std::string folder = scratch.path() + "/";
+  // Without a dump folder the files go to a private one, read and removed.
+  std::optional<ScratchFolder> scratch;
+  if (dump_folder.empty()) scratch.emplace();
+  std::string folder = scratch ? scratch->path() : dump_folder;
+  if (folder.back() != '/') folder += '/';
   DumpAutoSetupParam(folder.c_str(), name.c_str(), &rect, &thumb);
   std::ifstream text(folder + name + "_AutoSetupParam.txt");
-  if (!text) throw Failure("cannot read the analysis figures");
+  if (!text) throw Failure("cannot write the dump files in " + folder);
   return parse_dump_text(text);
 }
 
