@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "autosetup/constant_tables.h"
 #include "autosetup/grouping.h"

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 #include "autosetup/colour_balance.h"
 #include "autosetup/constant_tables.h"

@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "autosetup/constant_tables.h"

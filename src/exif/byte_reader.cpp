@@ -3,6 +3,7 @@
 #include "exif/byte_reader.h"
 
 #include <bit>
+#include <iterator>
 #include <limits>
 
 namespace zkimgset::exif {

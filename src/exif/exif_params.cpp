@@ -14,6 +14,7 @@
 #include "exif/exif_writer.h"
 #include "exif/param_reader.h"
 #include "exif/source_mark.h"
+#include "platform/pointer_checks.h"
 
 namespace zkimgset::exif {
 namespace {
@@ -167,10 +168,8 @@ int block_stage(const char* path) {
 template <class Record>
 int get_record(LibraryState& state, const char* path, Record* out, bool extended) {
   state.ExifSetupEnabled = 1;
-  // No POSIX call tells whether memory is readable or writable: a null
-  // pointer is refused, and the path must end within its 260 bytes, which
-  // strnlen checks without reading past them.
-  if (path == nullptr || out == nullptr || strnlen(path, kTextBufferBytes) >= kTextBufferBytes)
+  if (!platform::readable_string(path, kTextBufferBytes) ||
+      !platform::writable_block(out, sizeof(Record)))
     return ZKIMGSET_BAD_ARGUMENT;
   ExifParamEx record;
   bool fill_out = false;

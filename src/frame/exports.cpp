@@ -1,8 +1,6 @@
 // Every function the library exports. Each checks, locks where the library
 // always has, and hands the work to its subsystem; guarded() keeps every
 // exception inside.
-#include <mutex>
-
 #include "autosetup/analysis.h"
 #include "autosetup/analysis_state.h"
 #include "autosetup/dump.h"
@@ -82,7 +80,7 @@ extern "C" {
 int Set3dFile(const char* name) {
   return guarded(ZKIMGSET_TABLE3D_FAILED, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     return colour::set_3d_file(state, name, colour::Grid3d::Nodes32);
   });
 }
@@ -127,7 +125,7 @@ int convert_locked(unsigned char* pixels, int width, int height, Layout layout, 
                    int red = 0, int green = 0, int blue = 0) {
   return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     return zkimgset::colour::convert(state, pixels, width, height, layout, core,
                                      {red, green, blue});
   });
@@ -192,7 +190,7 @@ int AutoSetupExecEx(void* pixels, int width, int height, int stride, int bits_pe
                     unsigned int layout, unsigned short, int, int) {
   return guarded(ZKIMGSET_OUT_OF_MEMORY, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     return zkimgset::setup::run_driver(
         state, zkimgset::autosetup::analysis_state(),
         {static_cast<std::uint8_t*>(pixels), width, height, stride, bits_per_pixel, layout});
@@ -207,7 +205,7 @@ int ImageSetupExecEx(void* pixels, int width, int height, int stride, int bits_p
     if (const int status = zkimgset::table_status_gate(state); status != ZKIMGSET_OK) return status;
     zkimgset::setup::store_adjustments(state, {setup_mode, level, contrast, saturation, blue_shift,
                                                red_shift, red_step, green_step, blue_step});
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     for (std::int16_t* step :
          {&state.adjust.BalanceStep1, &state.adjust.BalanceStep2, &state.adjust.BalanceStep3})
       *step = static_cast<std::int16_t>(*step + zkimgset::ColourMath::kNoShift);
@@ -246,7 +244,7 @@ int ResizeExec(const ZKImgSetBitmapInfoHeader* source_header, const void* source
 int SetColorConvMode(unsigned short mode) {
   return guarded(ZKIMGSET_OK, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     state.ColorConvMode = static_cast<std::int16_t>(mode);
     return ZKIMGSET_OK;
   });
@@ -257,7 +255,7 @@ int SetColorConvMode(unsigned short mode) {
 int GetExifParam(const char* path, ExifParam* out) {
   return guarded(ZKIMGSET_FILE_ERROR, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     return zkimgset::exif::get_exif_param(state, path, out);
   });
 }
@@ -265,7 +263,7 @@ int GetExifParam(const char* path, ExifParam* out) {
 int GetExifParamEx(const char* path, ExifParamEx* out) {
   return guarded(ZKIMGSET_FILE_ERROR, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     return zkimgset::exif::get_exif_param_ex(state, path, out);
   });
 }
@@ -274,7 +272,7 @@ int SetExifParam(unsigned short custom_rendered, uint32_t w1, uint32_t w2, uint3
                  uint32_t w5, uint32_t w6, uint32_t w7, uint32_t w8, uint32_t w9) {
   return guarded(ZKIMGSET_OK, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     zkimgset::exif::set_exif_param(state, {custom_rendered, w1, w2, w3, w4, w5, w6, w7, w8, w9});
     return ZKIMGSET_OK;
   });
@@ -285,7 +283,7 @@ int SetExifParamEx(unsigned short custom_rendered, uint32_t w1, uint32_t w2, uin
                    ExifShotInfo info) {
   return guarded(ZKIMGSET_OK, [&] {
     auto& state = library_state();
-    const std::lock_guard hold(state.lock);
+    const zkimgset::platform::LockHold hold(state.lock);
     zkimgset::exif::set_exif_param_ex(state, {custom_rendered, w1, w2, w3, w4, w5, w6, w7, w8, w9},
                                       info);
     return ZKIMGSET_OK;

@@ -4,9 +4,8 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
-
 #include "frame/service_binding.h"
+#include "platform/library_lock.h"
 #include "platform/zeroed_alloc.h"
 #include "zkimgset/zkimgset.h"
 
@@ -60,7 +59,7 @@ inline constexpr std::int16_t kDefaultColorConvMode =
 
 struct LibraryState {
   // Serialises the exports that lock; never re-entered.
-  std::mutex lock;
+  platform::LibraryLock lock;
   // The allocator attach used, so that detach frees with the same one.
   platform::ZeroedAllocator* allocator = nullptr;
 

@@ -13,6 +13,12 @@ namespace zkimgset::platform {
 // platform cannot tell.
 std::string library_folder();
 
+// The Exif-tag service's parameter folder: the library folder followed by
+// the platform's separator and "Param". On Windows the folder already ends
+// with a backslash, so the result has two (D:\App\\Param): the form the
+// service has always been handed.
+std::string parameter_folder();
+
 // The installation's data folder, without a trailing separator: callers
 // append names that start with one.
 std::string system_directory();

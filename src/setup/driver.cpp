@@ -85,7 +85,7 @@ std::unique_ptr<autosetup::AnalysisState> driver_colour_inputs(
 
 int run(LibraryState& library, const autosetup::AnalysisState& analysis, const DriverPicture& in) {
   const tagRECT full{0, 0, in.width - 1, in.height - 1};
-  const std::string folder = parameter_folder();
+  const std::string folder = platform::parameter_folder();
   if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
     return ZKIMGSET_BAD_ARGUMENT;
   if (in.width > kMaxSide || in.height > kMaxSide || in.width < kMinSide || in.height < kMinSide)
@@ -191,14 +191,6 @@ void store_adjustments(LibraryState& library, const int (&v)[9]) noexcept {
 }
 
 int bitmap_row_bytes(int width) noexcept { return (3 * width + 3) / 4 * 4; }
-
-std::string parameter_folder() {
-#if defined(_WIN32)
-  return platform::library_folder() + "\\Param";
-#else
-  return platform::library_folder() + "/Param";
-#endif
-}
 
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,
                const DriverPicture& picture) noexcept {

@@ -2,6 +2,7 @@
 // notifications of its own: a static object whose constructor runs when the
 // library is loaded and whose destructor runs when it is unloaded.
 #include "frame/attach.h"
+#include "frame/library_state.h"
 
 namespace {
 

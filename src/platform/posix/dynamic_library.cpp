@@ -1,8 +1,8 @@
 // Dynamic loading over dlopen. Each open is matched by a close, so a library
 // that was bound and released is unloaded again when nothing else holds it.
-#include <dlfcn.h>
-
 #include "platform/dynamic_library.h"
+
+#include <dlfcn.h>
 
 namespace zkimgset::platform {
 namespace {

@@ -2,12 +2,12 @@
 // shared object that holds this code, with symbolic links resolved, so that a
 // library reached through a link still finds the tables installed beside the
 // real file.
+#include "platform/paths.h"
+
 #include <dlfcn.h>
 #include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
-
-#include "platform/paths.h"
 
 #ifndef ZKIMGSET_SYSTEM_DIR
 #define ZKIMGSET_SYSTEM_DIR "/usr/local/share/zkimgset"
@@ -53,6 +53,8 @@ std::string library_folder() {
   const size_t slash = path.rfind('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
+
+std::string parameter_folder() { return library_folder() + "/Param"; }
 
 std::string system_directory() {
   if (system_directory_override()) return *system_directory_override();
