@@ -25,8 +25,9 @@
 
 #if defined(_WIN32)
 #define ZKIMGSET_CALL __cdecl
+/* The library's module-definition file names its exports on Windows. */
 #if defined(ZKIMGSET_BUILDING)
-#define ZKIMGSET_API __declspec(dllexport)
+#define ZKIMGSET_API
 #else
 #define ZKIMGSET_API __declspec(dllimport)
 #endif

@@ -19,10 +19,6 @@ struct DriverPicture {
   unsigned layout;     // 0 packed R, G, B rows; 1 bitmap rows B, G, R padded to 4
 };
 
-// The parameter folder handed to the service: the library's folder, a
-// separator and "Param" (so the separator appears twice).
-std::string parameter_folder();
-
 // Runs the driver; returns its status. The flash and brightness arguments of
 // the exports never reach it: the service gets the stored shooting values.
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,

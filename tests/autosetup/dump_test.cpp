@@ -14,8 +14,9 @@
 namespace zkimgset::autosetup {
 namespace {
 
-std::string read(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
+std::string read(const std::filesystem::path& path,
+                 std::ios::openmode mode = std::ios::in | std::ios::binary) {
+  std::ifstream in(path, mode);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
@@ -70,7 +71,8 @@ TEST_F(Dump, TextFileHoldsEveryQuantityInOrder) {
     std::snprintf(line, sizeof line, "sat_coef[%3d]\t%4d\n", i, i == 3 ? -5 : 1100 - i);
     expected += line;
   }
-  EXPECT_EQ(read(folder_.path() / "pic_AutoSetupParam.txt"), expected);
+  // A text file: its line ends are the platform's (CR LF on Windows).
+  EXPECT_EQ(read(folder_.path() / "pic_AutoSetupParam.txt", std::ios::in), expected);
   EXPECT_NE(expected.find("tone[  7]\t 248\n"), std::string::npos);
 }
 

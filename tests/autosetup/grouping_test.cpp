@@ -7,6 +7,7 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <numbers>
 #include <random>
 
 #include "autosetup/analysis.h"
@@ -48,7 +49,7 @@ Painter stripes(int period) {
 Painter spiral() {
   return [](int row, int column, std::uint8_t* v) {
     const double dy = row - 46, dx = column - 64;
-    const double turn = std::atan2(dy, dx) / (2 * M_PI) + std::hypot(dx, dy) / 9;
+    const double turn = std::atan2(dy, dx) / (2 * std::numbers::pi) + std::hypot(dx, dy) / 9;
     v[0] = v[2] = static_cast<std::uint8_t>(static_cast<int>(turn * 4) % 2 == 0 ? 60 : 180);
     v[1] = 128 + static_cast<int>(turn) % 3;
     v[3] = 128;

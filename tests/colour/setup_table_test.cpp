@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #include "autosetup/constant_tables.h"
@@ -34,7 +35,7 @@ TEST(SetupTableConstants, ChromaLimitKeepsColoursInsideTheCube) {
     for (int h = 0; h < 360; h += 7) {
       const double m = chroma_limit(y, h) - 0.5;  // just inside, after rounding
       if (m <= 0) continue;
-      const double cb = m * std::cos(h * M_PI / 180), cr = m * std::sin(h * M_PI / 180);
+      const double cb = m * std::cos(h * std::numbers::pi / 180), cr = m * std::sin(h * std::numbers::pi / 180);
       const double rgb[3] = {y + 1.402 * cr, y - 0.34414 * cb - 0.71414 * cr, y + 1.772 * cb};
       for (double c : rgb) {
         EXPECT_GE(c, -0.01) << y << " " << h;

@@ -63,10 +63,10 @@ Outcome run(const fs::path& path) {
   Outcome o;
   ExifParam basic;
   ExifParamEx extended;
-  o.basic = get_exif_param(state, path.c_str(), &basic);
-  o.extended = get_exif_param_ex(state, path.c_str(), &extended);
+  o.basic = get_exif_param(state, path.string().c_str(), &basic);
+  o.extended = get_exif_param_ex(state, path.string().c_str(), &extended);
   ExifDocument document;
-  o.document = read_document(document, path.c_str());
+  o.document = read_document(document, path.string().c_str());
   std::vector<std::uint8_t> text(1 << 20);
   ExifFileStream out;
   out.open_memory(std::span<std::uint8_t>(text));

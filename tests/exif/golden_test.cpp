@@ -132,7 +132,7 @@ TEST(ExifGolden, RecordsEqualExifToolsReadingOfRealFiles) {
     ExifParamEx out{};
     const fs::path path =
         file.starts_with("typed_") ? folder.path() / file : kExifData / "real" / file;
-    zkimgset::exif::get_exif_param_ex(state, path.c_str(), &out);
+    zkimgset::exif::get_exif_param_ex(state, path.string().c_str(), &out);
     const auto actual = fields_of(out);
     for (const auto& [name, value] : expected)
       EXPECT_EQ(actual.at(name), value) << file << " " << name;

@@ -5,6 +5,7 @@
 // offset and length are added unless a test lists its own.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -179,9 +180,12 @@ inline Bytes build_tiff(TiffLayout layout) {
 // A JPEG segment: marker, big-endian length, body.
 inline Bytes segment(std::uint16_t marker, const Bytes& body) {
   const std::size_t length = body.size() + 2;
-  Bytes out = {static_cast<std::uint8_t>(marker >> 8), static_cast<std::uint8_t>(marker),
-               static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length)};
-  out.insert(out.end(), body.begin(), body.end());
+  Bytes out(body.size() + 4);
+  out[0] = static_cast<std::uint8_t>(marker >> 8);
+  out[1] = static_cast<std::uint8_t>(marker);
+  out[2] = static_cast<std::uint8_t>(length >> 8);
+  out[3] = static_cast<std::uint8_t>(length);
+  std::copy(body.begin(), body.end(), out.begin() + 4);
   return out;
 }
 

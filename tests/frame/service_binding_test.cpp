@@ -1,12 +1,12 @@
 // Binding the Exif-tag service: all nine functions or nothing at all.
 #include "frame/service_binding.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <optional>
 
 #include "platform/dynamic_library.h"
+#include "support/loaded_library.h"
 #include "zkimgset/zkimgset.h"
 
 namespace zkimgset {
@@ -20,12 +20,7 @@ class ServiceLibrary {
   ServiceLibrary& operator=(const ServiceLibrary&) = delete;
 };
 
-// Whether the library file is loaded in this process now.
-bool loaded(const char* path) {
-  void* handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-  if (handle != nullptr) dlclose(handle);
-  return handle != nullptr;
-}
+using testing::library_loaded;
 
 TEST(ServiceBinding, BindsAllNineAndReleasesThem) {
   const ServiceLibrary library(ZKIMGSET_TEST_FAKE_SERVICE);
@@ -40,7 +35,7 @@ TEST(ServiceBinding, BindsAllNineAndReleasesThem) {
   EXPECT_EQ(unbind_service(binding), 0);
   EXPECT_FALSE(binding.bound());
   EXPECT_EQ(binding.create_exif_tag, nullptr);
-  EXPECT_FALSE(loaded(ZKIMGSET_TEST_FAKE_SERVICE));
+  EXPECT_FALSE(library_loaded(ZKIMGSET_TEST_FAKE_SERVICE));
   EXPECT_EQ(unbind_service(binding), 0) << "unbinding twice is harmless";
 }
 
@@ -50,7 +45,8 @@ TEST(ServiceBinding, MissingFunctionBindsNothing) {
   EXPECT_EQ(bind_service(binding), ZKIMGSET_SERVICE_MISSING);
   EXPECT_FALSE(binding.bound());
   EXPECT_EQ(binding.create_exif_tag, nullptr);
-  EXPECT_FALSE(loaded(ZKIMGSET_TEST_FAKE_SERVICE_INCOMPLETE)) << "the module is not left loaded";
+  EXPECT_FALSE(library_loaded(ZKIMGSET_TEST_FAKE_SERVICE_INCOMPLETE))
+      << "the module is not left loaded";
 }
 
 TEST(ServiceBinding, MissingLibraryIsTwentyTwo) {
