@@ -25,7 +25,8 @@
 
 #if defined(_WIN32)
 #define ZKIMGSET_CALL __cdecl
-/* The library's module-definition file names its exports on Windows. */
+/* The library's module-definition file names its exports on Windows.
+   Hosts that use <windows.h> include it before this header. */
 #if defined(ZKIMGSET_BUILDING)
 #define ZKIMGSET_API
 #else
@@ -126,6 +127,9 @@ typedef struct tagRECT {
   int32_t right;
   int32_t bottom;
 } tagRECT;
+#elif !defined(__cplusplus)
+/* <windows.h> came first: its struct tagRECT, under the name C++ gives it. */
+typedef struct tagRECT tagRECT;
 #endif
 
 #define ZKIMGSET_THUMB_WIDTH 128

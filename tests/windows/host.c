@@ -16,13 +16,21 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+/* On Windows the system's headers come first: the library's header then
+   takes RECT's tagRECT from them. */
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
 #include <zkimgset/zkimgset.h>
 
 /* Any export, before it is cast to its own type. */
 typedef void (*AnyFunction)(void);
 
 #if defined(_WIN32)
-#include <windows.h>
 typedef HMODULE Library;
 static Library open_library(const char* name) { return LoadLibraryA(name); }
 static AnyFunction find(Library library, const char* name) {
@@ -31,7 +39,6 @@ static AnyFunction find(Library library, const char* name) {
 static void close_library(Library library) { FreeLibrary(library); }
 #define DEFAULT_LIBRARY "ZKImgSet.dll"
 #else
-#include <dlfcn.h>
 typedef void* Library;
 static Library open_library(const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); }
 static AnyFunction find(Library library, const char* name) {
