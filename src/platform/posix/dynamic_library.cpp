@@ -4,23 +4,11 @@
 
 #include <dlfcn.h>
 
+#include "platform/native.h"
+
 namespace zkimgset::platform {
-namespace {
 
-std::optional<std::string>& service_override() {
-  static std::optional<std::string> path;
-  return path;
-}
-
-}  // namespace
-
-std::string service_library_name() {
-  return service_override() ? *service_override() : std::string("libostrel.so");
-}
-
-void override_service_library(std::optional<std::string> path) {
-  service_override() = std::move(path);
-}
+const char* native::service_library_name() { return "libostrel.so"; }
 
 void* open_library(const std::string& name) noexcept {
   return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);

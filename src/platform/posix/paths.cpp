@@ -2,29 +2,19 @@
 // shared object that holds this code, with symbolic links resolved, so that a
 // library reached through a link still finds the tables installed beside the
 // real file.
-#include "platform/paths.h"
-
 #include <dlfcn.h>
 #include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
 
+#include "platform/native.h"
+
 #ifndef ZKIMGSET_SYSTEM_DIR
 #define ZKIMGSET_SYSTEM_DIR "/usr/local/share/zkimgset"
 #endif
 
-namespace zkimgset::platform {
+namespace zkimgset::platform::native {
 namespace {
-
-std::optional<std::string>& library_folder_override() {
-  static std::optional<std::string> folder;
-  return folder;
-}
-
-std::optional<std::string>& system_directory_override() {
-  static std::optional<std::string> folder;
-  return folder;
-}
 
 // The path of the module holding this function: the shared library, or the
 // executable when the code is linked statically.
@@ -48,25 +38,13 @@ std::string module_path() {
 }  // namespace
 
 std::string library_folder() {
-  if (library_folder_override()) return *library_folder_override();
   const std::string path = module_path();
   const size_t slash = path.rfind('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-std::string parameter_folder() { return library_folder() + "/Param"; }
+std::string system_directory() { return ZKIMGSET_SYSTEM_DIR; }
 
-std::string system_directory() {
-  if (system_directory_override()) return *system_directory_override();
-  return ZKIMGSET_SYSTEM_DIR;
-}
+const char* path_separator() { return "/"; }
 
-void override_library_folder(std::optional<std::string> folder) {
-  library_folder_override() = std::move(folder);
-}
-
-void override_system_directory(std::optional<std::string> folder) {
-  system_directory_override() = std::move(folder);
-}
-
-}  // namespace zkimgset::platform
+}  // namespace zkimgset::platform::native

@@ -5,23 +5,11 @@
 
 #include <windows.h>
 
+#include "platform/native.h"
+
 namespace zkimgset::platform {
-namespace {
 
-std::optional<std::string>& service_override() {
-  static std::optional<std::string> path;
-  return path;
-}
-
-}  // namespace
-
-std::string service_library_name() {
-  return service_override() ? *service_override() : std::string("OSTREL.DLL");
-}
-
-void override_service_library(std::optional<std::string> path) {
-  service_override() = std::move(path);
-}
+const char* native::service_library_name() { return "OSTREL.DLL"; }
 
 void* open_library(const std::string& name) noexcept { return LoadLibraryA(name.c_str()); }
 
