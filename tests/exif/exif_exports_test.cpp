@@ -1,7 +1,5 @@
 // The four Exif exports as a host calls them from the shared library.
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -10,6 +8,7 @@
 #include <string>
 
 #include "exif/tiff_builder.h"
+#include "support/guarded_page.h"
 #include "support/temp_folder.h"
 #include "zkimgset/zkimgset.h"
 
@@ -41,29 +40,43 @@ TEST(ExifExports, ReadCameraFilesIntoTheHostsRecords) {
   EXPECT_STREQ(extended.shot.Make, "Maker");
 
   std::memset(&basic, 0xEE, sizeof basic);
-  EXPECT_EQ(GetExifParam((folder.path() / "missing.jpg").c_str(), &basic), ZKIMGSET_FILE_ERROR);
+  EXPECT_EQ(GetExifParam((folder.path() / "missing.jpg").string().c_str(), &basic),
+            ZKIMGSET_FILE_ERROR);
   EXPECT_EQ(basic.Flash, 0xEEEE) << "untouched";
   EXPECT_EQ(GetExifParam("", &basic), ZKIMGSET_FILE_ERROR);
   EXPECT_EQ(GetExifParam(nullptr, &basic), ZKIMGSET_BAD_ARGUMENT);
   EXPECT_EQ(GetExifParamEx(plain.c_str(), nullptr), ZKIMGSET_BAD_ARGUMENT);
 }
 
+#if defined(_WIN32)
+// The kernel's probes: a path or a record in memory that cannot be read or
+// written is refused, before anything is opened.
+TEST(ExifExports, RefuseUnreadablePathsAndUnwritableRecords) {
+  const GuardedPage page;
+  ExifParam out;
+  EXPECT_EQ(GetExifParam(page.guard(), &out), ZKIMGSET_BAD_ARGUMENT);
+  EXPECT_EQ(GetExifParam("photo.jpg", reinterpret_cast<ExifParam*>(page.guard())),
+            ZKIMGSET_BAD_ARGUMENT);
+  // An extended record whose end runs into the guard page.
+  auto* tail = reinterpret_cast<ExifParamEx*>(page.guard() - sizeof(ExifParamEx) + 1);
+  EXPECT_EQ(GetExifParamEx("photo.jpg", tail), ZKIMGSET_BAD_ARGUMENT);
+  // A string that runs into it before its end.
+  char* path = page.guard() - 10;
+  std::memset(path, 'a', 10);
+  EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_BAD_ARGUMENT);
+}
+#else
 TEST(ExifExports, ReadNoPathByteBeyondTheFirst260) {
   // 260 bytes without a NUL, right before a page that may not be read.
-  const long page = sysconf(_SC_PAGESIZE);
-  auto* pages =
-      static_cast<char*>(mmap(nullptr, static_cast<std::size_t>(2 * page), PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  ASSERT_NE(pages, MAP_FAILED);
-  ASSERT_EQ(mprotect(pages + page, static_cast<std::size_t>(page), PROT_NONE), 0);
-  char* path = pages + page - 260;
+  const GuardedPage page;
+  char* path = page.guard() - 260;
   std::memset(path, 'a', 260);
   ExifParam out;
   EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_BAD_ARGUMENT);
   path[259] = '\0';
   EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_FILE_ERROR) << "259 characters are a path";
-  munmap(pages, static_cast<std::size_t>(2 * page));
 }
+#endif
 
 TEST(ExifExports, StoreShootingValuesAndAlwaysSucceed) {
   EXPECT_EQ(SetExifParam(1, 10, 20, 0x00100004, 0, 0, 0, 0, 0, 0), ZKIMGSET_OK);

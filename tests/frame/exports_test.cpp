@@ -1,6 +1,5 @@
 // The shared library as a host loads it: its exports under their own names,
 // and the tables it finds beside itself when it is loaded.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "support/loaded_library.h"
 #include "support/temp_folder.h"
 #include "zkimgset/zkimgset.h"
 
@@ -56,37 +56,43 @@ TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
   EXPECT_EQ(Classify_String(&field_cursor, field), 2u);
 }
 
-// A copy of the library in a folder of its own, loaded as a host would.
-class LibraryCopy {
- public:
-  explicit LibraryCopy(const zkimgset::testing::TempFolder& folder) {
-    const auto path = folder.path() / "libzkimgset.so";
-    std::filesystem::copy_file(std::filesystem::canonical(ZKIMGSET_TEST_LIBRARY), path);
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  }
-  ~LibraryCopy() {
-    if (handle_ != nullptr) dlclose(handle_);
-  }
-  LibraryCopy(const LibraryCopy&) = delete;
-  LibraryCopy& operator=(const LibraryCopy&) = delete;
+// The file name of the library and two of its decorated exports on this
+// platform.
+#if defined(_WIN64)
+constexpr const char* kLibraryName = "ZKImgSet.dll";
+constexpr const char* kDumpExport =
+    "?DumpAutoSetupParam@@YAXPEBD0PEAUtagRECT@@PEAU_ThumbnailData@@@Z";
+constexpr const char* kSet1dExport = "?Set1dFile@@YAHPEBD@Z";
+#elif defined(_WIN32)
+constexpr const char* kLibraryName = "ZKImgSet.dll";
+constexpr const char* kDumpExport = "?DumpAutoSetupParam@@YAXPBD0PAUtagRECT@@PAU_ThumbnailData@@@Z";
+constexpr const char* kSet1dExport = "?Set1dFile@@YAHPBD@Z";
+#else
+constexpr const char* kLibraryName = "libzkimgset.so";
+constexpr const char* kDumpExport = "_Z18DumpAutoSetupParamPKcS0_P7tagRECTP14_ThumbnailData";
+constexpr const char* kSet1dExport = "_Z9Set1dFilePKc";
+#endif
 
-  bool loaded() const { return handle_ != nullptr; }
-  template <class Function>
-  Function* find(const char* name) const {
-    return reinterpret_cast<Function*>(dlsym(handle_, name));
-  }
+// A copy of the library in a folder of its own, loaded as a host would.
+class LibraryCopy : public zkimgset::testing::LoadedLibrary {
+ public:
+  explicit LibraryCopy(const zkimgset::testing::TempFolder& folder)
+      : LoadedLibrary(copy_into(folder)) {}
 
  private:
-  void* handle_ = nullptr;
+  static std::string copy_into(const zkimgset::testing::TempFolder& folder) {
+    const auto path = folder.path() / kLibraryName;
+    std::filesystem::copy_file(std::filesystem::canonical(ZKIMGSET_TEST_LIBRARY), path);
+    return path.string();
+  }
 };
 
 TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
   // A copy loaded now is fresh whatever the tests before this one stored.
   zkimgset::testing::TempFolder folder;
   LibraryCopy copy(folder);
-  ASSERT_TRUE(copy.loaded()) << dlerror();
-  auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
-      "_Z18DumpAutoSetupParamPKcS0_P7tagRECTP14_ThumbnailData");
+  ASSERT_TRUE(copy.loaded());
+  auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(kDumpExport);
   ASSERT_NE(dump, nullptr);
   tagRECT rect{0, 0, 127, 91};
   auto thumb = std::make_unique<_ThumbnailData>();
@@ -103,9 +109,9 @@ TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
 TEST(SharedLibrary, CopyWithoutTablesBesideItReportsThemMissing) {
   zkimgset::testing::TempFolder folder;
   LibraryCopy copy(folder);
-  ASSERT_TRUE(copy.loaded()) << dlerror();
+  ASSERT_TRUE(copy.loaded());
   auto* set3d = copy.find<int(const char*)>("Set3dFile");
-  auto* set1d = copy.find<int(const char*)>("_Z9Set1dFilePKc");
+  auto* set1d = copy.find<int(const char*)>(kSet1dExport);
   ASSERT_NE(set3d, nullptr);
   ASSERT_NE(set1d, nullptr);
   EXPECT_EQ(set3d(nullptr), ZKIMGSET_TABLE3D_FAILED);

@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#if defined(_WIN32)
-#include <windows.h>
-#endif
-
 #include <cstring>
+
+#include "support/guarded_page.h"
 
 namespace zkimgset::platform {
 namespace {
@@ -25,36 +23,14 @@ TEST(PointerChecks, OrdinaryMemoryPasses) {
 }
 
 #if defined(_WIN32)
-// A page of 'a's with the given protection, followed by a page that cannot
-// be touched at all; both released at the end of the test.
-class Page {
- public:
-  static constexpr SIZE_T kBytes = 4096;
-  explicit Page(DWORD protection)
-      : page_(static_cast<char*>(
-            VirtualAlloc(nullptr, 2 * kBytes, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE))) {
-    std::memset(page_, 'a', kBytes);
-    DWORD old = 0;
-    VirtualProtect(page_, kBytes, protection, &old);
-    VirtualProtect(page_ + kBytes, kBytes, PAGE_NOACCESS, &old);
-  }
-  ~Page() { VirtualFree(page_, 0, MEM_RELEASE); }
-  Page(const Page&) = delete;
-  Page& operator=(const Page&) = delete;
-  char* get() const { return page_; }
-
- private:
-  char* page_;
-};
-
-TEST(PointerChecks, ProbesRefuseProtectedPages) {
-  const Page hidden(PAGE_NOACCESS);
-  const Page read_only(PAGE_READONLY);
-  EXPECT_FALSE(readable_string(hidden.get(), 260));
-  EXPECT_FALSE(writable_block(read_only.get(), 40));
-  EXPECT_TRUE(readable_string(read_only.get(), 260)) << "readable though not terminated";
-  // A string that runs into an unreadable page before its end.
-  EXPECT_FALSE(readable_string(read_only.get() + Page::kBytes - 10, 260));
+TEST(PointerChecks, ProbesRefuseMemoryThatCannotBeUsed) {
+  testing::GuardedPage page;
+  std::memset(page.begin(), 'a', page.size());
+  page.make_read_only();
+  EXPECT_FALSE(readable_string(page.guard(), 260));
+  EXPECT_FALSE(writable_block(page.begin(), 40));
+  EXPECT_TRUE(readable_string(page.begin(), 260)) << "readable though not terminated";
+  EXPECT_FALSE(readable_string(page.guard() - 10, 260)) << "runs into the guard page";
 }
 #endif
 

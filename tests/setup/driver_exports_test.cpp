@@ -1,8 +1,8 @@
 // The set-up exports as a host calls them, with no Exif-tag service on the
 // machine.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <vector>
 
@@ -56,7 +56,9 @@ namespace {
 // ImageDataConvert sets the colour conversion mode to 1 for all later calls:
 // Den2Vorn then applies the 1-D table, which the default mode 3 leaves out.
 TEST(DriverExports, ImageDataConvertLeavesColourConversionModeOne) {
-  const std::string name = "ZKTEST_INVERT_" + std::to_string(::getpid()) + ".DAT";
+  const std::string name =
+      "ZKTEST_INVERT_" +
+      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) + ".DAT";
   const std::filesystem::path file = std::filesystem::path(ZKIMGSET_TEST_TABLE_DIR) / name;
   {
     std::ofstream out(file);
