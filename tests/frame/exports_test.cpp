@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "support/decorated_names.h"
 #include "support/loaded_library.h"
 #include "support/temp_folder.h"
 #include "zkimgset/zkimgset.h"
@@ -56,21 +57,11 @@ TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
   EXPECT_EQ(Classify_String(&field_cursor, field), 2u);
 }
 
-// The file name of the library and two of its decorated exports on this
-// platform.
-#if defined(_WIN64)
+// The library's file name on this platform.
+#if defined(_WIN32)
 constexpr const char* kLibraryName = "ZKImgSet.dll";
-constexpr const char* kDumpExport =
-    "?DumpAutoSetupParam@@YAXPEBD0PEAUtagRECT@@PEAU_ThumbnailData@@@Z";
-constexpr const char* kSet1dExport = "?Set1dFile@@YAHPEBD@Z";
-#elif defined(_WIN32)
-constexpr const char* kLibraryName = "ZKImgSet.dll";
-constexpr const char* kDumpExport = "?DumpAutoSetupParam@@YAXPBD0PAUtagRECT@@PAU_ThumbnailData@@@Z";
-constexpr const char* kSet1dExport = "?Set1dFile@@YAHPBD@Z";
 #else
 constexpr const char* kLibraryName = "libzkimgset.so";
-constexpr const char* kDumpExport = "_Z18DumpAutoSetupParamPKcS0_P7tagRECTP14_ThumbnailData";
-constexpr const char* kSet1dExport = "_Z9Set1dFilePKc";
 #endif
 
 // A copy of the library in a folder of its own, loaded as a host would.
@@ -92,7 +83,8 @@ TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
   zkimgset::testing::TempFolder folder;
   LibraryCopy copy(folder);
   ASSERT_TRUE(copy.loaded());
-  auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(kDumpExport);
+  auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
+      ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM);
   ASSERT_NE(dump, nullptr);
   tagRECT rect{0, 0, 127, 91};
   auto thumb = std::make_unique<_ThumbnailData>();
@@ -111,7 +103,7 @@ TEST(SharedLibrary, CopyWithoutTablesBesideItReportsThemMissing) {
   LibraryCopy copy(folder);
   ASSERT_TRUE(copy.loaded());
   auto* set3d = copy.find<int(const char*)>("Set3dFile");
-  auto* set1d = copy.find<int(const char*)>(kSet1dExport);
+  auto* set1d = copy.find<int(const char*)>(ZKIMGSET_NAME_SET_1D_FILE);
   ASSERT_NE(set3d, nullptr);
   ASSERT_NE(set1d, nullptr);
   EXPECT_EQ(set3d(nullptr), ZKIMGSET_TABLE3D_FAILED);

@@ -4,18 +4,13 @@
 // host's linker would, and called through it.
 #include <windows.h>
 
+#include "support/decorated_names.h"
 #include "zkimgset/zkimgset.h"
 
 namespace {
 
-#if defined(_WIN64)
-#define DECORATED(x86, x64) x64
-#else
-#define DECORATED(x86, x64) x86
-#endif
-
 template <class Function>
-Function* import(const char* name) {
+Function* exported(const char* name) {
   HMODULE dll = GetModuleHandleA("ZKImgSet.dll");
   return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(dll, name)));
 }
@@ -23,59 +18,53 @@ Function* import(const char* name) {
 }  // namespace
 
 unsigned long Classify_String(char** cursor, char* field) {
-  static auto* f = import <unsigned long(char**, char*)>(
-      DECORATED("?Classify_String@@YAKPAPADPAD@Z", "?Classify_String@@YAKPEAPEADPEAD@Z"));
+  static auto* f = exported<unsigned long(char**, char*)>(ZKIMGSET_NAME_CLASSIFY_STRING);
   return f(cursor, field);
 }
 
 void DumpAutoSetupParam(const char* folder, const char* base_name, tagRECT* rect,
                         _ThumbnailData* thumbnail) {
-  static auto* f = import <void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
-      DECORATED("?DumpAutoSetupParam@@YAXPBD0PAUtagRECT@@PAU_ThumbnailData@@@Z",
-                "?DumpAutoSetupParam@@YAXPEBD0PEAUtagRECT@@PEAU_ThumbnailData@@@Z"));
+  static auto* f = exported<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
+      ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM);
   f(folder, base_name, rect, thumbnail);
 }
 
 unsigned long Get_Next_Record(char** cursor, unsigned long* left, char* record) {
-  static auto* f = import <unsigned long(char**, unsigned long*, char*)>(
-      DECORATED("?Get_Next_Record@@YAKPAPADPAKPAD@Z", "?Get_Next_Record@@YAKPEAPEADPEAKPEAD@Z"));
+  static auto* f =
+      exported<unsigned long(char**, unsigned long*, char*)>(ZKIMGSET_NAME_GET_NEXT_RECORD);
   return f(cursor, left, record);
 }
 
 int ImageDataConvertEx(void* data, int width, int height, int mode, void* record, tagRECT* area,
                        tagRECT* bounds) {
-  static auto* f = import <int(void*, int, int, int, void*, tagRECT*, tagRECT*)>(
-      DECORATED("?ImageDataConvertEx@@YAHPAXHHH0PAUtagRECT@@1@Z",
-                "?ImageDataConvertEx@@YAHPEAXHHH0PEAUtagRECT@@1@Z"));
+  static auto* f = exported<int(void*, int, int, int, void*, tagRECT*, tagRECT*)>(
+      ZKIMGSET_NAME_IMAGE_DATA_CONVERT_EX);
   return f(data, width, height, mode, record, area, bounds);
 }
 
 int Load3dpFile(const char* name) {
-  static auto* f =
-      import <int(const char*)>(DECORATED("?Load3dpFile@@YAHPBD@Z", "?Load3dpFile@@YAHPEBD@Z"));
+  static auto* f = exported<int(const char*)>(ZKIMGSET_NAME_LOAD_3DP_FILE);
   return f(name);
 }
 
 int Load_1D_LUT(char* record, unsigned char* red, unsigned char* green, unsigned char* blue) {
-  static auto* f = import <int(char*, unsigned char*, unsigned char*, unsigned char*)>(
-      DECORATED("?Load_1D_LUT@@YAHPADPAE11@Z", "?Load_1D_LUT@@YAHPEADPEAE11@Z"));
+  static auto* f = exported<int(char*, unsigned char*, unsigned char*, unsigned char*)>(
+      ZKIMGSET_NAME_LOAD_1D_LUT);
   return f(record, red, green, blue);
 }
 
 int Load_3D_LUT(char* record, unsigned char* red, unsigned char* green, unsigned char* blue) {
-  static auto* f = import <int(char*, unsigned char*, unsigned char*, unsigned char*)>(
-      DECORATED("?Load_3D_LUT@@YAHPADPAE11@Z", "?Load_3D_LUT@@YAHPEADPEAE11@Z"));
+  static auto* f = exported<int(char*, unsigned char*, unsigned char*, unsigned char*)>(
+      ZKIMGSET_NAME_LOAD_3D_LUT);
   return f(record, red, green, blue);
 }
 
 int Set1dFile(const char* name) {
-  static auto* f =
-      import <int(const char*)>(DECORATED("?Set1dFile@@YAHPBD@Z", "?Set1dFile@@YAHPEBD@Z"));
+  static auto* f = exported<int(const char*)>(ZKIMGSET_NAME_SET_1D_FILE);
   return f(name);
 }
 
 int Set3dFile_old(const char* name) {
-  static auto* f =
-      import <int(const char*)>(DECORATED("?Set3dFile_old@@YAHPBD@Z", "?Set3dFile_old@@YAHPEBD@Z"));
+  static auto* f = exported<int(const char*)>(ZKIMGSET_NAME_SET_3D_FILE_OLD);
   return f(name);
 }

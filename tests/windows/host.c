@@ -27,6 +27,8 @@
 
 #include <zkimgset/zkimgset.h>
 
+#include "support/decorated_names.h"
+
 /* Any export, before it is cast to its own type. */
 typedef void (*AnyFunction)(void);
 
@@ -51,15 +53,6 @@ static void close_library(Library library) { dlclose(library); }
 #define DEFAULT_LIBRARY "libzkimgset.so"
 #endif
 
-/* The decorated names of the nine C++ exports on each platform. */
-#if defined(_WIN64)
-#define DECORATED(msvc32, msvc64, itanium) msvc64
-#elif defined(_WIN32)
-#define DECORATED(msvc32, msvc64, itanium) msvc32
-#else
-#define DECORATED(msvc32, msvc64, itanium) itanium
-#endif
-
 enum {
   CLASSIFY_STRING,
   DUMP_AUTO_SETUP_PARAM,
@@ -78,52 +71,43 @@ enum {
   EXPORT_COUNT = 37
 };
 
-static const char* const kExports[EXPORT_COUNT] = {
-    DECORATED("?Classify_String@@YAKPAPADPAD@Z", "?Classify_String@@YAKPEAPEADPEAD@Z",
-              "_Z15Classify_StringPPcS_"),
-    DECORATED("?DumpAutoSetupParam@@YAXPBD0PAUtagRECT@@PAU_ThumbnailData@@@Z",
-              "?DumpAutoSetupParam@@YAXPEBD0PEAUtagRECT@@PEAU_ThumbnailData@@@Z",
-              "_Z18DumpAutoSetupParamPKcS0_P7tagRECTP14_ThumbnailData"),
-    DECORATED("?Get_Next_Record@@YAKPAPADPAKPAD@Z", "?Get_Next_Record@@YAKPEAPEADPEAKPEAD@Z",
-              "_Z15Get_Next_RecordPPcPmS_"),
-    DECORATED("?ImageDataConvertEx@@YAHPAXHHH0PAUtagRECT@@1@Z",
-              "?ImageDataConvertEx@@YAHPEAXHHH0PEAUtagRECT@@1@Z",
-              "_Z18ImageDataConvertExPviiiS_P7tagRECTS1_"),
-    DECORATED("?Load3dpFile@@YAHPBD@Z", "?Load3dpFile@@YAHPEBD@Z", "_Z11Load3dpFilePKc"),
-    DECORATED("?Load_1D_LUT@@YAHPADPAE11@Z", "?Load_1D_LUT@@YAHPEADPEAE11@Z",
-              "_Z11Load_1D_LUTPcPhS0_S0_"),
-    DECORATED("?Load_3D_LUT@@YAHPADPAE11@Z", "?Load_3D_LUT@@YAHPEADPEAE11@Z",
-              "_Z11Load_3D_LUTPcPhS0_S0_"),
-    DECORATED("?Set1dFile@@YAHPBD@Z", "?Set1dFile@@YAHPEBD@Z", "_Z9Set1dFilePKc"),
-    DECORATED("?Set3dFile_old@@YAHPBD@Z", "?Set3dFile_old@@YAHPEBD@Z", "_Z13Set3dFile_oldPKc"),
-    "AutoSetupExecEx",
-    "GetAtParamEx",
-    "Set3dFile",
-    "SetColorConvMode",
-    "ImageSetupExecEx",
-    "BgrRgbConversion",
-    "ColorBalanceAdj",
-    "ColorBalanceAdj_BGR",
-    "Den2Vorn",
-    "Den2VornEx",
-    "Den2Vorn_BGR",
-    "Den2Vorn_BGREx",
-    "Den2TA",
-    "Den2TAEx",
-    "Den2TA_BGR",
-    "Den2TA_BGREx",
-    "GetAtParam",
-    "GetAtParamFromDIBits",
-    "GetAtParamFromDIBitsEx",
-    "GetExifParam",
-    "GetExifParamEx",
-    "ImageDataConvert",
-    "Vorn2TA",
-    "Vorn2TA_BGR",
-    "ResizeExec",
-    "RgbBgrConversion",
-    "SetExifParam",
-    "SetExifParamEx"};
+static const char* const kExports[EXPORT_COUNT] = {ZKIMGSET_NAME_CLASSIFY_STRING,
+                                                   ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM,
+                                                   ZKIMGSET_NAME_GET_NEXT_RECORD,
+                                                   ZKIMGSET_NAME_IMAGE_DATA_CONVERT_EX,
+                                                   ZKIMGSET_NAME_LOAD_3DP_FILE,
+                                                   ZKIMGSET_NAME_LOAD_1D_LUT,
+                                                   ZKIMGSET_NAME_LOAD_3D_LUT,
+                                                   ZKIMGSET_NAME_SET_1D_FILE,
+                                                   ZKIMGSET_NAME_SET_3D_FILE_OLD,
+                                                   "AutoSetupExecEx",
+                                                   "GetAtParamEx",
+                                                   "Set3dFile",
+                                                   "SetColorConvMode",
+                                                   "ImageSetupExecEx",
+                                                   "BgrRgbConversion",
+                                                   "ColorBalanceAdj",
+                                                   "ColorBalanceAdj_BGR",
+                                                   "Den2Vorn",
+                                                   "Den2VornEx",
+                                                   "Den2Vorn_BGR",
+                                                   "Den2Vorn_BGREx",
+                                                   "Den2TA",
+                                                   "Den2TAEx",
+                                                   "Den2TA_BGR",
+                                                   "Den2TA_BGREx",
+                                                   "GetAtParam",
+                                                   "GetAtParamFromDIBits",
+                                                   "GetAtParamFromDIBitsEx",
+                                                   "GetExifParam",
+                                                   "GetExifParamEx",
+                                                   "ImageDataConvert",
+                                                   "Vorn2TA",
+                                                   "Vorn2TA_BGR",
+                                                   "ResizeExec",
+                                                   "RgbBgrConversion",
+                                                   "SetExifParam",
+                                                   "SetExifParamEx"};
 
 typedef unsigned long(ZKIMGSET_CALL* ClassifyStringFn)(char**, char*);
 typedef unsigned long(ZKIMGSET_CALL* GetNextRecordFn)(char**, unsigned long*, char*);
