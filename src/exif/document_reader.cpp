@@ -194,7 +194,9 @@ void scan_segments(ExifFileStream& in, ExifDocument& document) {
       const std::uint16_t length = read_marker_word(in);
       enforce(length >= 2, code::kBadSegment);
       body.resize(length - 2u);
-      in.read(body.data(), 1, body.size());
+      // A length of 2 is an empty body (an empty comment, say): legal, and
+      // stored like any other.
+      if (!body.empty()) in.read(body.data(), 1, body.size());
     });
     document.segments.emplace(marker, std::move(body));
     if (marker == kMarkerSos) return;

@@ -86,6 +86,12 @@ TEST_F(GetExifParam, LeavesFieldsOfTheWrongTypeAtTheirDefaults) {
   EXPECT_STREQ(out.shot.Model, "");
 }
 
+// Segments of length 2 (no body) are legal and common.
+Bytes with_empty_segments(const TiffLayout& layout) {
+  return build_jpeg({segment(0xFFFE, {}), segment(0xFFE1, app1_body(build_tiff(layout))),
+                     segment(0xFFEF, {})});
+}
+
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   TiffLayout big_thumbnail = camera();
   big_thumbnail.ifd1 = {longs(0x0201, {0}), longs(0x0202, {65536})};
@@ -115,6 +121,8 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
     int enabled;
   } cases[] = {
       {"camera JPEG", exif_jpeg(camera()), ZKIMGSET_OK, Out::Values, 1},
+      {"empty COM before the Exif, empty APP15 after it",
+       with_empty_segments(camera()), ZKIMGSET_OK, Out::Values, 1},
       {"not an image", {'h', 'e', 'l', 'l', 'o'}, ZKIMGSET_NO_EXIF, Out::Defaults, 1},
       {"JPEG without Exif", build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0})}),
        ZKIMGSET_NO_EXIF, Out::Defaults, 1},
@@ -125,6 +133,8 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
       {"TIFF, black is zero", build_tiff(grey_tiff), ZKIMGSET_NO_EXIF, Out::Defaults, 1},
       {"RGB TIFF", build_tiff(rgb_tiff), ZKIMGSET_OK, Out::Values, 1},
       {"scene type 3", exif_jpeg(marked), ZKIMGSET_SOURCE_MARK, Out::Values, 0},
+      {"scene type 3 between empty segments", with_empty_segments(marked), ZKIMGSET_SOURCE_MARK,
+       Out::Values, 0},
       {"MM scene type 3",
        [&] {
          marked.order = Order::Big;
