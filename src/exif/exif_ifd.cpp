@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "exif/exif_limits.h"
+
 namespace zkimgset::exif {
 
 std::uint32_t type_size(std::uint16_t type) noexcept {
@@ -76,6 +78,7 @@ bool ExifIfd::add(std::uint16_t number, std::uint16_t type, std::uint32_t count,
                   std::span<const std::uint8_t> value) {
   const std::uint32_t size = value_size(type, count);
   if (size == 0 || value.size() != size) return false;
+  if (tags_.size() >= kMaxIfdEntries && tags_.find(number) == tags_.end()) return false;
   tags_[number] =
       ExifTag{number, type, count, std::vector<std::uint8_t>(value.begin(), value.end())};
   return true;

@@ -102,7 +102,8 @@ class ExifIfd {
   const ExifTag* find(std::uint16_t number) const noexcept;
   ExifTag* find(std::uint16_t number) noexcept;
   // Adds a tag, replacing one with the same number. Refused (false) when
-  // the value is not exactly count x type size bytes, or is empty.
+  // the value is not exactly count x type size bytes, or is empty, or when
+  // a new tag would take the directory past 65535 entries.
   bool add(std::uint16_t number, std::uint16_t type, std::uint32_t count,
            std::span<const std::uint8_t> value);
   void remove(std::uint16_t number) noexcept;

@@ -25,6 +25,9 @@ inline constexpr std::size_t kIfdEntryBytes = 12;
 inline constexpr std::size_t kIfdCountBytes = 2;
 inline constexpr std::size_t kIfdNextBytes = 4;
 inline constexpr std::size_t kInlineValueBytes = 4;
+// What the 16-bit count can say: a directory never grows past it, so a
+// written count never wraps.
+inline constexpr std::size_t kMaxIfdEntries = 65535;
 
 // All value bytes one document may hold. A 64 KiB Exif segment with 5000
 // entries that all point at the same 60 KiB would otherwise cost 300 MB;

@@ -224,6 +224,45 @@ std::uint64_t write_tree(ExifFileStream& out, ExifIfd& ifd, ExifIfd& exif, ExifI
   return end;
 }
 
+// A pointer tag exists exactly when the directory it points at does: as a
+// placeholder until the layout is known. A pointer to a directory that is
+// empty or could not be read is dropped, so it never points at stray bytes.
+void settle_pointer(ExifIfd& ifd, std::uint16_t number, const ExifIfd& target) {
+  if (target.present())
+    set_long(ifd, number, 0);
+  else
+    ifd.remove(number);
+}
+
+// Every tag whose value the writer fills in becomes an inline LONG before
+// any size is computed, whatever form the file gave it (a LONG of count 2
+// lies out of line), so the sizes computed are the sizes written.
+Code settle_filled_tags(ExifDocument& d) {
+  try {
+    const ExifIfd none;  // the 1st IFD's tree has no directories of its own
+    settle_pointer(d.ifd0, tag::kExifIfdPointer, d.exif);
+    settle_pointer(d.ifd0, tag::kGpsIfdPointer, d.gps);
+    settle_pointer(d.exif, tag::kInteropIfdPointer, d.interop);
+    settle_pointer(d.ifd1, tag::kExifIfdPointer, none);
+    settle_pointer(d.ifd1, tag::kGpsIfdPointer, none);
+    set_long(d.exif, tag::kPixelXDimension, 0);
+    set_long(d.exif, tag::kPixelYDimension, 0);
+    if (d.has_thumbnail()) {
+      set_long(d.ifd1, tag::kJpegInterchangeFormat, 0);
+      set_long(d.ifd1, tag::kJpegInterchangeFormatLength, 0);
+    }
+  } catch (const ExifError& error) {
+    return error.code;
+  }
+  return code::kOk;
+}
+
+// Normalised and settled: the structure that is sized and written.
+Code prepare(ExifDocument& document) {
+  if (const Code failed = normalise(document)) return failed;
+  return settle_filled_tags(document);
+}
+
 std::uint64_t tree_size(const ExifDocument& d) {
   return ifd_size(d.ifd0) + ifd_size(d.exif) + ifd_size(d.interop) + ifd_size(d.gps);
 }
@@ -246,7 +285,7 @@ Code normalise(ExifDocument& document) {
 }
 
 Code written_size(ExifDocument& document, std::size_t& size) {
-  if (const Code failed = normalise(document)) return failed;
+  if (const Code failed = prepare(document)) return failed;
   std::uint64_t total = kTiffHeaderBytes + tree_size(document);
   if (document.has_thumbnail()) total += ifd_size(document.ifd1) + document.thumbnail.size();
   size = static_cast<std::size_t>(total);
@@ -258,7 +297,7 @@ Code write_document(ExifDocument& document, std::span<std::uint8_t> block, std::
   ExifFileStream out;
   out.open_memory(block);
   try {
-    enforce(normalise(document) == code::kOk, code::kCannotSetTag);
+    enforce(prepare(document) == code::kOk, code::kCannotSetTag);
     enforce(document.ifd0.present() && document.exif.present(), code::kEmptyIfd);
     set_long(document.exif, tag::kPixelXDimension, width);
     set_long(document.exif, tag::kPixelYDimension, height);

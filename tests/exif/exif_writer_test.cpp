@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include "exif/byte_reader.h"
@@ -175,6 +176,66 @@ TEST(ExifWriter, PlacesTheThumbnailAfterThe1stIfd) {
       std::equal(layout.thumbnail.begin(), layout.thumbnail.end(), out.block.begin() + offset));
   EXPECT_EQ(in.document.ifd1.find(0x0100), nullptr);
   EXPECT_NE(in.document.ifd1.find(0x011A), nullptr);
+}
+
+// Tags the writer fills in, in whatever form the file gave them, and
+// pointers to directories that are empty: the written block stays well
+// formed (every pointer leads to its directory, the thumbnail offset to the
+// thumbnail) and a directory never outgrows its 16-bit count.
+TEST(ExifWriter, KeepsEveryPointerTrueWhateverTheFileHeld) {
+  const std::vector<std::uint8_t> long_pair(8, 0);  // a LONG of count 2: out of line
+  const Bytes thumbnail = {0xFF, 0xD8, 0xAA, 0xBB, 0xFF, 0xD9};
+  const struct {
+    const char* what;
+    std::function<void(ExifDocument&)> change;
+    Code size_code;
+  } cases[] = {
+      {"thumbnail pointers of count 2",
+       [&](ExifDocument& d) {
+         d.thumbnail = thumbnail;
+         d.ifd1.add(0x0201, 4, 2, long_pair);
+         d.ifd1.add(0x0202, 4, 2, long_pair);
+       },
+       code::kOk},
+      {"GPS pointer without a GPS directory",
+       [&](ExifDocument& d) { d.ifd0.add(0x8825, 4, 1, std::vector<std::uint8_t>{8, 0, 0, 0}); },
+       code::kOk},
+      {"interoperability pointer of count 2 without its directory",
+       [&](ExifDocument& d) { d.exif.add(0xA005, 4, 2, long_pair); }, code::kOk},
+      {"Exif pointer in the 1st IFD",
+       [&](ExifDocument& d) {
+         d.thumbnail = thumbnail;
+         d.ifd1.add(0x8769, 4, 1, std::vector<std::uint8_t>{8, 0, 0, 0});
+       },
+       code::kOk},
+      {"Exif IFD of 65535 tags without ExifVersion, a default to add",
+       [&](ExifDocument& d) {
+         const std::vector<std::uint8_t> one = {1};
+         d.exif.remove(0x9000);
+         for (std::uint32_t n = 0; n <= 0xFFFF && d.exif.size() < 65535; ++n)
+           if (n != 0x9000) d.exif.add(static_cast<std::uint16_t>(n), 1, 1, one);
+       },
+       code::kCannotSetTag},
+  };
+  for (const auto& c : cases) {
+    Read in(minimal());
+    c.change(in.document);
+    std::size_t size = 0;
+    ASSERT_EQ(written_size(in.document, size), c.size_code) << c.what;
+    if (c.size_code != code::kOk) continue;
+    Written out(in.document);
+    ASSERT_EQ(out.result, code::kOk) << c.what;
+    EXPECT_EQ(out.block.size(), size) << c.what;
+    EXPECT_EQ(out.back.ifd0.find(0x8825), nullptr) << c.what;
+    EXPECT_EQ(out.back.exif.find(0xA005), nullptr) << c.what;
+    EXPECT_EQ(out.back.ifd1.find(0x8769), nullptr) << c.what;
+    EXPECT_FALSE(out.back.exif.find(0x9000) == nullptr) << c.what << ": the Exif IFD is found";
+    if (!in.document.has_thumbnail()) continue;
+    const std::uint32_t offset = u32_of(out.back.ifd1.find(0x0201));
+    ASSERT_EQ(offset + thumbnail.size(), out.block.size()) << c.what;
+    EXPECT_TRUE(std::equal(thumbnail.begin(), thumbnail.end(), out.block.begin() + offset))
+        << c.what;
+  }
 }
 
 TEST(ExifWriter, ReportsEveryFailureWithItsCode) {
