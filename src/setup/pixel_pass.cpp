@@ -8,6 +8,8 @@
 #include "setup/pixel_pass.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 
 #include "colour/interpolate3d.h"
 #include "colour/interpolate_run.h"
@@ -28,24 +30,73 @@ int to_level(float v) {
 
 }  // namespace
 
+namespace {
+
+// The walk of a packed pass in bytes from the picture's first byte, in
+// 64 bits: the bounds' width is the row length (a negative one walks back),
+// and after each row the pointer skips the rest of it as if pixels were 3
+// bytes wide.
+struct PassWalk {
+  std::int64_t w, h, step, start, row_advance, row_skip;
+};
+
+PassWalk walk_of(int bits_per_pixel, autosetup::Layout layout, const tagRECT& area,
+                 const tagRECT& bounds) {
+  const std::int64_t row_pixels = std::int64_t{bounds.right} - bounds.left + 1;
+  const std::int64_t w = std::int64_t{area.right} - area.left + 1;
+  const std::int64_t h = std::int64_t{area.bottom} - area.top + 1;
+  const std::int64_t step = bits_per_pixel / 8;
+  const std::int64_t pad =
+      layout == autosetup::Layout::BitmapBgr ? (4 - 3 * row_pixels % 4) % 4 : 0;
+  const std::int64_t row_skip = 3 * (row_pixels - w) + pad;
+  // Each factor is below 2^35, so these sums and products fit; the start
+  // may not (a top row near 2^31 of rows near 2^32 pixels) and is checked.
+  std::int64_t start = 0;
+  if (__builtin_mul_overflow(3 * row_pixels + pad, std::int64_t{area.top}, &start) ||
+      __builtin_add_overflow(start, 3 * std::int64_t{area.left}, &start))
+    start = std::numeric_limits<std::int64_t>::min();
+  return {w, h, step, start, step * w + row_skip, row_skip};
+}
+
+}  // namespace
+
+Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layout layout,
+                 const tagRECT& area, const tagRECT& bounds) noexcept {
+  const PassWalk walk = walk_of(bits_per_pixel, layout, area, bounds);
+  if (walk.w < 1 || walk.h < 1) return Reach::Empty;
+  if (walk.start == std::numeric_limits<std::int64_t>::min()) return Reach::Outside;
+  std::int64_t last_row = 0;
+  if (__builtin_mul_overflow(walk.h - 1, walk.row_advance, &last_row) ||
+      __builtin_add_overflow(last_row, walk.start, &last_row))
+    return Reach::Outside;
+  const std::int64_t first = std::min(walk.start, last_row);
+  std::int64_t last = 0;
+  if (__builtin_add_overflow(std::max(walk.start, last_row), walk.step * (walk.w - 1) + 2, &last))
+    return Reach::Outside;
+  // Before the picture's first byte, or past the end of the address space.
+  const auto room =
+      std::numeric_limits<std::uintptr_t>::max() - reinterpret_cast<std::uintptr_t>(pixels);
+  if (first < 0 || static_cast<std::uint64_t>(last) > room ||
+      static_cast<std::uint64_t>(last) > std::uint64_t{PTRDIFF_MAX})
+    return Reach::Outside;
+  return Reach::Inside;
+}
+
 int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
                autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept {
-  const long row_pixels = bounds.right - bounds.left + 1;
-  const long w = area.right - area.left + 1, h = area.bottom - area.top + 1;
-  const long step = bits_per_pixel / 8;
-  const bool bitmap = layout == autosetup::Layout::BitmapBgr;
-  const long pad = bitmap ? (4 - 3 * row_pixels % 4) % 4 : 0;
-  std::uint8_t* p = pixels + (3 * row_pixels + pad) * area.top + 3 * area.left;
-  const long row_skip = 3 * (row_pixels - w) + pad;
-  const colour::RunOptions options{bitmap, state.ColorConvMode == 0 || state.ColorConvMode == 2};
+  const PassWalk walk = walk_of(bits_per_pixel, layout, area, bounds);
+  if (walk.w < 1 || walk.h < 1) return ZKIMGSET_OK;
+  const colour::RunOptions options{layout == autosetup::Layout::BitmapBgr,
+                                   state.ColorConvMode == 0 || state.ColorConvMode == 2};
   const colour::Interpolator interpolate(state.ColorTable3dMain);
-  for (long y = 0; y < h; ++y, p += row_skip) {
-    if (step == 3) {
-      colour::interpolate_run(interpolate, p, static_cast<std::size_t>(w), options);
-      p += 3 * w;
+  std::uint8_t* p = pixels + walk.start;
+  for (std::int64_t y = 0; y < walk.h; ++y, p += walk.row_skip) {
+    if (walk.step == 3) {
+      colour::interpolate_run(interpolate, p, static_cast<std::size_t>(walk.w), options);
+      p += 3 * walk.w;
       continue;
     }
-    for (long x = 0; x < w; ++x, p += step)
+    for (std::int64_t x = 0; x < walk.w; ++x, p += walk.step)
       colour::interpolate_run_plain(interpolate, p, 1, options);
   }
   return ZKIMGSET_OK;
@@ -81,11 +132,13 @@ int ycbcr_pass(LibraryState& state, const ZKImgSetPlanarYCbCr& d, const tagRECT&
     if (factor != 1 && factor != 2) return ZKIMGSET_BAD_PLANAR;
 
   const std::uint8_t* table = state.ColorTable3dMain;
-  const long w = bounds.right - bounds.left + 1, h = bounds.bottom - bounds.top + 1;
+  const std::int64_t w = std::int64_t{bounds.right} - bounds.left + 1;
+  const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top + 1;
   const std::uint32_t chroma_bytes = std::min(d.cb_bytes, d.cr_bytes);
   std::uint32_t yi = 0, ci = 0;
-  for (long y = 0; y < h; ++y) {
-    for (long x = 0; x < w && yi < d.y_bytes; ++x, ++yi) {
+  // The walk ends with the Y plane, however large the bounds.
+  for (std::int64_t y = 0; y < h && yi < d.y_bytes; ++y) {
+    for (std::int64_t x = 0; x < w && yi < d.y_bytes; ++x, ++yi) {
       const std::uint32_t at = std::min(ci, chroma_bytes - 1);
       const float luma = d.y[yi], cb = d.cb[at] - 128.0f, cr = d.cr[at] - 128.0f;
       const int r = to_level(luma + 1.402f * cr + 0.5f);

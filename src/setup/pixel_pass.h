@@ -10,10 +10,18 @@
 
 namespace zkimgset::setup {
 
+// Where a packed pass over the area would go: nowhere (an empty area), only
+// to bytes at or after pixels, or also before them or past the end of the
+// address space, which no buffer starting at pixels can hold.
+enum class Reach { Empty, Inside, Outside };
+Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layout layout,
+                 const tagRECT& area, const tagRECT& bounds) noexcept;
+
 // Converts the area (inclusive) of a picture whose row length in pixels is
 // the bounds' width. Three bytes of each pixel are read and written; with 32
 // bits per pixel the pointer advances 4 bytes a pixel but skips the rest of
-// each row as if pixels were 3 bytes wide (rows drift), as always.
+// each row as if pixels were 3 bytes wide (rows drift), as always. An empty
+// area converts nothing; the caller has checked the reach.
 int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
                autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept;
 

@@ -88,8 +88,8 @@ TEST_F(GetExifParam, LeavesFieldsOfTheWrongTypeAtTheirDefaults) {
 
 // Segments of length 2 (no body) are legal and common.
 Bytes with_empty_segments(const TiffLayout& layout) {
-  return build_jpeg({segment(0xFFFE, {}), segment(0xFFE1, app1_body(build_tiff(layout))),
-                     segment(0xFFEF, {})});
+  return build_jpeg(
+      {segment(0xFFFE, {}), segment(0xFFE1, app1_body(build_tiff(layout))), segment(0xFFEF, {})});
 }
 
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
@@ -121,8 +121,8 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
     int enabled;
   } cases[] = {
       {"camera JPEG", exif_jpeg(camera()), ZKIMGSET_OK, Out::Values, 1},
-      {"empty COM before the Exif, empty APP15 after it",
-       with_empty_segments(camera()), ZKIMGSET_OK, Out::Values, 1},
+      {"empty COM before the Exif, empty APP15 after it", with_empty_segments(camera()),
+       ZKIMGSET_OK, Out::Values, 1},
       {"not an image", {'h', 'e', 'l', 'l', 'o'}, ZKIMGSET_NO_EXIF, Out::Defaults, 1},
       {"JPEG without Exif", build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0})}),
        ZKIMGSET_NO_EXIF, Out::Defaults, 1},

@@ -198,7 +198,9 @@ TEST(ExifWriter, KeepsEveryPointerTrueWhateverTheFileHeld) {
        },
        code::kOk},
       {"GPS pointer without a GPS directory",
-       [&](ExifDocument& d) { d.ifd0.add(0x8825, 4, 1, std::vector<std::uint8_t>{8, 0, 0, 0}); },
+       [&](ExifDocument& d) {
+         d.ifd0.add(0x8825, 4, 1, std::vector<std::uint8_t>{8, 0, 0, 0});
+       },
        code::kOk},
       {"interoperability pointer of count 2 without its directory",
        [&](ExifDocument& d) { d.exif.add(0xA005, 4, 2, long_pair); }, code::kOk},

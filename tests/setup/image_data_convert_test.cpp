@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -135,15 +137,54 @@ TEST_F(ImageDataConvert, ChecksArgumentsAndSize) {
   EXPECT_EQ(convert(pixels, 127, 92, 0), ZKIMGSET_BAD_SIZE);
   EXPECT_EQ(convert(pixels, 6145, 128, 0), ZKIMGSET_BAD_SIZE);
   EXPECT_EQ(convert(pixels, 128, 92, 3), ZKIMGSET_BAD_ARGUMENT);
-  const tagRECT rect{0, 0, 127, 91}, outside{0, 0, 128, 91};
+  const tagRECT rect{0, 0, 127, 91};
   EXPECT_EQ(
       image_data_convert(library_, analysis_, pixels.data(), 128, 92, 0, nullptr, &rect, &rect), 2);
   EXPECT_EQ(
-      image_data_convert(library_, analysis_, pixels.data(), 128, 92, 0, &record_, &outside, &rect),
-      2);
-  EXPECT_EQ(
       image_data_convert(library_, analysis_, pixels.data(), 128, 92, 0, &record_, &rect, nullptr),
       2);
+}
+
+// The bounds give the row length only, so a host may pass its buffer's
+// stride; the area is converted wherever it lies, and only an area that no
+// buffer starting at the data could hold is refused.
+TEST_F(ImageDataConvert, TakesTheRowLengthFromTheBoundsAndRefusesOnlyWhatNoBufferHolds) {
+  for (int i = 0; i < 256; ++i) record_.tone[i] = std::uint8_t(255 - i);
+  library_.setup_mode = 0xDF;  // a set-up that changes every grey
+  constexpr int kMin = std::numeric_limits<int>::min(), kMax = std::numeric_limits<int>::max();
+  const tagRECT stride{0, 0, 130, 94};
+  const struct {
+    const char* what;
+    int mode;
+    tagRECT area, bounds;
+    int status;
+    int converted;
+  } cases[] = {
+      {"packed rows of 131 pixels", 0, {0, 0, 129, 94}, stride, 0, 130 * 95},
+      {"bitmap rows of 131 pixels", 2, {0, 0, 129, 94}, stride, 0, 130 * 95},
+      {"part of one row", 0, {10, 3, 19, 3}, stride, 0, 10},
+      {"an area past the row's end wraps", 0, {125, 0, 134, 0}, stride, 0, 10},
+      {"an empty area", 0, {5, 0, 4, 94}, stride, 0, 0},
+      {"left of the first byte", 0, {-1, 0, 129, 94}, stride, ZKIMGSET_BAD_ARGUMENT, 0},
+      {"above the first row", 2, {0, -1, 129, 94}, stride, ZKIMGSET_BAD_ARGUMENT, 0},
+      {"rows walking back", 0, {0, 0, 9, 1}, {10, 0, 0, 0}, ZKIMGSET_BAD_ARGUMENT, 0},
+      {"past the address space",
+       0,
+       {0, kMax - 1, 0, kMax - 1},
+       {kMin, 0, kMax, 0},
+       ZKIMGSET_BAD_ARGUMENT,
+       0},
+      {"an area of 2^32 pixels", 0, {kMin, 0, kMax, 0}, stride, ZKIMGSET_BAD_ARGUMENT, 0},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::uint8_t> pixels(396 * 95, 90);
+    EXPECT_EQ(image_data_convert(library_, analysis_, pixels.data(), 130, 95, c.mode, &record_,
+                                 &c.area, &c.bounds),
+              c.status)
+        << c.what;
+    const auto changed = std::count_if(pixels.begin(), pixels.end(), [](int v) { return v != 90; });
+    EXPECT_EQ(changed, 3 * c.converted) << c.what;
+  }
 }
 
 TEST_F(ImageDataConvert, NeutralRecordKeepsThePicture) {
