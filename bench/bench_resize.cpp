@@ -25,7 +25,9 @@ const std::vector<std::uint8_t>& source() {  // 18000-byte rows: already 4-align
 void Resize_ours(benchmark::State& state) {
   const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
   ZKImgSetBitmapInfoHeader header{40, kWidth, kHeight, 1, 24, 0, 0, 2834, 2834, 0, 0}, out{};
-  std::vector<std::uint8_t> result(resize::bitmap_stride(w) * std::size_t(h));
+  ZKImgSetResizePlan plan{};
+  zkimgset_resize_plan(kWidth, kHeight, w, h, &plan);
+  std::vector<std::uint8_t> result(zkimgset_bitmap_bytes(plan.result_width, plan.result_height));
   for (auto _ : state)
     benchmark::DoNotOptimize(
         resize::resize_exec(&header, source().data(), &out, result.data(), w, h));

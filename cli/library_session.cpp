@@ -17,11 +17,6 @@ std::string size_text(const Picture& p) {
   return std::to_string(p.width) + " x " + std::to_string(p.height);
 }
 
-// Bitmap rows (B, G, R, padded to 4 bytes) are what the resizer takes.
-std::size_t bitmap_bytes(int width, int height) {
-  return static_cast<std::size_t>((width * 3 + 3) & ~3) * height;
-}
-
 ZKImgSetBitmapInfoHeader bitmap_header(int width, int height) {
   ZKImgSetBitmapInfoHeader h{};
   h.biSize = sizeof h;
@@ -186,12 +181,14 @@ std::vector<std::uint8_t> scaled_copy(const Picture& picture, int max_width, int
       std::min({1.0, double(max_width) / picture.width, double(max_height) / picture.height});
   const int want_w = std::max(1, static_cast<int>(picture.width * scale + 0.5));
   const int want_h = std::max(1, static_cast<int>(picture.height * scale + 0.5));
-  std::vector<std::uint8_t> source(bitmap_bytes(picture.width, picture.height));
+  std::vector<std::uint8_t> source(zkimgset_bitmap_bytes(picture.width, picture.height));
   std::memcpy(source.data(), picture.rgb.data(), picture.rgb.size());
   RgbBgrConversion(source.data(), picture.width, picture.height);
   const ZKImgSetBitmapInfoHeader source_header = bitmap_header(picture.width, picture.height);
   ZKImgSetBitmapInfoHeader result_header{};
-  std::vector<std::uint8_t> result(bitmap_bytes(want_w, want_h));
+  ZKImgSetResizePlan plan{};
+  zkimgset_resize_plan(picture.width, picture.height, want_w, want_h, &plan);
+  std::vector<std::uint8_t> result(zkimgset_bitmap_bytes(plan.result_width, plan.result_height));
   const int status =
       ResizeExec(&source_header, source.data(), &result_header, result.data(), want_w, want_h);
   if (status != ZKIMGSET_OK) throw Failure("cannot scale the picture: " + status_message(status));

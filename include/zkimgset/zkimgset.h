@@ -468,15 +468,101 @@ ZKIMGSET_API int ZKIMGSET_CALL ImageDataConvert(void* pixels, int width, int hei
 /* Scales a 24-bit bottom-up bitmap (rows padded to 4 bytes) to new_width x
    new_height, keeping its proportions by cutting a centred strip off the
    source (nothing is letter-boxed). Writes result_header (the source header
-   with the result's size) and the result's rows into result_pixels, which
-   must hold the requested size. Strong reductions (below one half) may give
-   a result one pixel smaller than asked; result_header says so. Returns 0;
-   ZKIMGSET_BAD_ARGUMENT for a null pointer or a size below 1;
-   ZKIMGSET_OUT_OF_MEMORY when a work buffer cannot be had. No lock. */
+   with the result's size) and the result's rows into result_pixels. The
+   result's size is the one zkimgset_resize_plan computes (below): strong
+   reductions may make it one pixel smaller than asked, and one row larger,
+   so size result_pixels with zkimgset_resize_plan and
+   zkimgset_bitmap_bytes. Returns 0; ZKIMGSET_BAD_ARGUMENT for a null
+   pointer or a size below 1; ZKIMGSET_OUT_OF_MEMORY when a work buffer
+   cannot be had or a picture is too large for any buffer. No lock. */
 ZKIMGSET_API int ZKIMGSET_CALL ResizeExec(const ZKImgSetBitmapInfoHeader* source_header,
                                           const void* source_pixels,
                                           ZKImgSetBitmapInfoHeader* result_header,
                                           void* result_pixels, int new_width, int new_height);
+
+/* Bytes in a row of a 24-bit bitmap: 3 a pixel, padded to a multiple of 4. */
+static inline uint64_t zkimgset_bitmap_row_bytes(int32_t width) {
+  return width < 1 ? 0 : ((uint64_t)width * 24 + 31) / 32 * 4;
+}
+
+/* Bytes of a 24-bit bitmap of width x height pixels. */
+static inline uint64_t zkimgset_bitmap_bytes(int32_t width, int32_t height) {
+  return height < 1 ? 0 : zkimgset_bitmap_row_bytes(width) * (uint64_t)height;
+}
+
+/* What ResizeExec makes of a request: the centred cut of the source that
+   keeps the target's proportions, the kernel the scale picks (1 enlarges
+   or keeps, 2 reduces to a half, 3 to a third, 4 further) and the size of
+   the result. The float and double steps are the library's own, so a host
+   built with SSE arithmetic (every 64-bit build; 32-bit with -msse2
+   -mfpmath=sse or /arch:SSE2) gets the library's sizes exactly. */
+typedef struct ZKImgSetResizePlan {
+  int32_t cut_left, cut_top, cut_width, cut_height;
+  int32_t kernel;
+  int32_t result_width, result_height;
+} ZKImgSetResizePlan;
+
+/* Fills plan for a source of source_width x source_height resized to
+   new_width x new_height. Returns 0, or ZKIMGSET_BAD_ARGUMENT for a null
+   plan or a size below 1. */
+static inline int zkimgset_resize_plan(int32_t source_width, int32_t source_height,
+                                       int32_t new_width, int32_t new_height,
+                                       ZKImgSetResizePlan* plan) {
+  double W, H, w, h;
+  float s, left, top, k;
+  double x0, y0;
+  long long l, t, r, b, cw, ch;
+  unsigned long long d, rest, n;
+  if (plan == 0 || source_width < 1 || source_height < 1 || new_width < 1 || new_height < 1)
+    return ZKIMGSET_BAD_ARGUMENT;
+  W = source_width;
+  H = source_height;
+  w = new_width;
+  h = new_height;
+  /* The scale that fills the target; the cut is centred. */
+  s = (float)(w / (W / H)) >= h ? (float)(w / W) : (float)(h / H);
+  x0 = ((float)(W * s) - w) / 2;
+  y0 = ((float)(H * s) - h) / 2;
+  left = (float)(x0 / s);
+  top = (float)(y0 / s);
+  l = (long long)left;
+  t = (long long)top;
+  r = (long long)(left + (W - 2 * (double)left));
+  b = (long long)(top + (H - 2 * (double)top));
+  /* Rounding can reach a little past the source; a cut stays within int. */
+  cw = r - l < 1 ? 1 : r - l > 2147483647 ? 2147483647 : r - l;
+  ch = b - t < 1 ? 1 : b - t > 2147483647 ? 2147483647 : b - t;
+  plan->cut_left = (int32_t)l;
+  plan->cut_top = (int32_t)t;
+  plan->cut_width = (int32_t)cw;
+  plan->cut_height = (int32_t)ch;
+  k = (float)((double)new_width / (double)cw);
+  plan->kernel = k >= 1.0f ? 1 : k >= 0.5f ? 2 : k >= 1.0f / 3.0f ? 3 : 4;
+  plan->result_width = new_width;
+  plan->result_height = new_height;
+  d = 2 * (unsigned long long)new_width; /* positions count in 1 / d of a source pixel */
+  if (plan->kernel == 3) {
+    /* One less when the last output would start past the cut. */
+    plan->result_width -= ((unsigned long long)(new_width - 1) * 2 * (unsigned long long)cw +
+                           2 * (unsigned long long)cw - (unsigned long long)new_width) /
+                              d >=
+                          (unsigned long long)cw;
+    plan->result_height -= ((unsigned long long)(new_height - 1) * 2 * (unsigned long long)ch +
+                            2 * (unsigned long long)ch - (unsigned long long)new_height) /
+                               d >=
+                           (unsigned long long)ch;
+  } else if (plan->kernel == 4) {
+    /* From the cut: one less when the division is exact. */
+    rest = (unsigned long long)cw % (unsigned long long)new_width;
+    n = ((unsigned long long)cw + 1) * d + rest;
+    plan->result_width =
+        (int32_t)(n / (2 * (unsigned long long)cw) - (n % (2 * (unsigned long long)cw) == 0));
+    n = ((unsigned long long)ch + 1) * d + rest;
+    plan->result_height =
+        (int32_t)(n / (2 * (unsigned long long)cw) - (n % (2 * (unsigned long long)cw) == 0));
+  }
+  return ZKIMGSET_OK;
+}
 
 /* Stores the colour conversion mode (ZKIMGSET_CONV_* bits); every value is
    accepted. Always returns 0. Locks. */

@@ -1,36 +1,29 @@
 // Proportional resizing of 24-bit bottom-up bitmaps: a centred cut that keeps
-// the target's proportions, then one of four integer kernels chosen by the
-// scale.
+// the target's proportions (the public header's zkimgset_resize_plan), then
+// one of four integer kernels chosen by the scale.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <vector>
+
+#include "zkimgset/zkimgset.h"
 
 namespace zkimgset::resize {
 
-// The cut of the source that keeps the target's proportions.
-struct Cut {
-  int left, top, width, height;
-};
-Cut cut_rectangle(int src_width, int src_height, int new_width, int new_height) noexcept;
-
-// 1 enlarge or keep, 2 mild reduction, 3 from a half to a third, 4 below.
-int kernel_for(int new_width, int cut_width) noexcept;
-
-// A packed, top-down 24-bit image (no row padding).
-struct Image {
-  int width = 0, height = 0;
-  std::vector<std::uint8_t> rgb;
-};
-
-// The cut of a bottom-up padded bitmap, resized; the result may be one
-// smaller than asked for (kernels 3 and 4).
-Image resize_cut(const std::uint8_t* bitmap, int src_width, int src_height, const Cut& cut,
-                 int new_width, int new_height);
-
 // Row length of a bottom-up 24-bit bitmap.
 inline std::size_t bitmap_stride(int width) {
-  return ((static_cast<std::size_t>(width) * 24 + 31) & ~std::size_t{31}) / 8;
+  return static_cast<std::size_t>(zkimgset_bitmap_row_bytes(width));
 }
+
+// The work the intermediate image and a kernel's tables take, in bytes;
+// more than any buffer can hold when it does not fit in 63 bits.
+std::uint64_t work_bytes(const ZKImgSetResizePlan& plan, int new_width) noexcept;
+
+// Resizes the plan's cut of a source bitmap (src_width x src_height) into
+// result, a bottom-up bitmap of the plan's result size whose row padding
+// is left as it was. 0, or ZKIMGSET_OUT_OF_MEMORY when a work buffer cannot
+// be had; nothing is thrown.
+int resize_into(const std::uint8_t* source, int src_width, int src_height,
+                const ZKImgSetResizePlan& plan, int new_width, std::uint8_t* result) noexcept;
 
 }  // namespace zkimgset::resize

@@ -67,7 +67,9 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
               th = landscape ? kTargetShort : kTargetLong;
     const double fx = double(tw) / cw, fy = double(th) / ch;
     const int nw = fx >= fy ? tw : int(cw * fy), nh = fx >= fy ? int(ch * fx) : th;
-    reduced.assign(resize::bitmap_stride(nw) * std::size_t(nh), 0);
+    ZKImgSetResizePlan plan{};
+    if (zkimgset_resize_plan(cw, ch, nw, nh, &plan) != ZKIMGSET_OK) return ZKIMGSET_BAD_SIZE;
+    reduced.assign(zkimgset_bitmap_bytes(plan.result_width, plan.result_height), 0);
     const ZKImgSetBitmapInfoHeader header{40, cw, ch, 1, 24, 0, 0, 2834, 2834, 0, 0};
     ZKImgSetBitmapInfoHeader result{};
     if (resize::resize_exec(&header, content.data(), &result, reduced.data(), nw, nh) != 0)
