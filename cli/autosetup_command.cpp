@@ -9,6 +9,7 @@
 #include "atomic_output.h"
 #include "command_line.h"
 #include "commands.h"
+#include "input_file.h"
 #include "library_session.h"
 #include "output_plan.h"
 #include "picture_report.h"
@@ -98,7 +99,7 @@ std::string settings_text(const Options& o) {
 TaskResult correct(const Job& job, const Options& o) {
   const auto start = std::chrono::steady_clock::now();
   if (!job.problem.empty()) throw Failure(job.problem);
-  Picture picture = decode_picture(read_file(job.input), kMaxSide);
+  Picture picture = decode_picture(read_file(job.input, kMaxPictureFileBytes), kMaxSide);
   const ShootingValues shot = read_shooting_values(job.input, o.use_exif);
   AutoSetupParam record = analyse_picture(picture, shot);
   std::optional<PictureReport> report;
