@@ -37,8 +37,10 @@ Analysis:
   --help              this text
 
 Exit status: 0 when every picture was corrected, 1 when any failed, 2 for a
-usage mistake. Outputs are written to a temporary file and renamed into place
-when complete; an input is never overwritten without --in-place.
+usage mistake. Inputs are regular files of at most 352 MiB. Outputs are
+written to a temporary file and renamed into place when complete (a device
+or FIFO is written directly; a symbolic link is kept and the file it points
+to replaced); an input is never overwritten without --in-place.
 )";
 
 struct Options {
