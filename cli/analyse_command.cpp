@@ -4,6 +4,7 @@
 
 #include "command_line.h"
 #include "commands.h"
+#include "input_file.h"
 #include "library_session.h"
 #include "output_plan.h"
 
@@ -131,7 +132,7 @@ int run_analyse(int argc, char** argv, int first) {
   const Options& o = *parsed;
   configure_library(o.adjustments);
   try {
-    const Picture picture = decode_picture(read_file(o.input), kMaxSide);
+    const Picture picture = decode_picture(read_file(o.input, kMaxPictureFileBytes), kMaxSide);
     const ShootingValues shot = read_shooting_values(o.input, o.use_exif);
     const AutoSetupParam record = analyse_picture(picture, shot);
     if (!o.dump.empty()) make_folders(o.dump);

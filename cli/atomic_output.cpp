@@ -6,8 +6,12 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <memory>
 
+#include "input_file.h"
 #include "picture_file.h"
 
 namespace zkcli {
@@ -47,11 +51,30 @@ mode_t new_file_mode(const std::string& path) {
   throw Failure("cannot write " + path + ": " + std::strerror(error));
 }
 
-}  // namespace
+[[noreturn]] void refuse(const std::string& path, const std::string& reason) {
+  throw Failure("cannot write " + path + ": " + reason);
+}
 
-void write_atomically(const std::string& path, const std::string& bytes) {
-  std::string temp = folder_of(path) + "/." + name_of(path) + ".XXXXXX";
-  if (temp.size() >= sizeof g_partial) throw Failure("cannot write " + path + ": path too long");
+// 0 when every byte was written, else the error.
+int write_all(int fd, const std::string& bytes) {
+  const char* data = bytes.data();
+  std::size_t left = bytes.size();
+  while (left > 0) {
+    const ssize_t n = write(fd, data, left);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return n < 0 ? errno : ENOSPC;
+    data += n;
+    left -= static_cast<std::size_t>(n);
+  }
+  return 0;
+}
+
+// The regular file target (or none yet) is replaced by a complete one.
+// Messages name path, the name the user gave.
+void replace_regular_file(const std::string& path, const std::string& target,
+                          const std::string& bytes) {
+  std::string temp = folder_of(target) + "/." + name_of(target) + ".XXXXXX";
+  if (temp.size() >= sizeof g_partial) refuse(path, "path too long");
 
   // Block the signals while the handler's copy of the name changes.
   sigset_t block, old;
@@ -73,24 +96,77 @@ void write_atomically(const std::string& path, const std::string& bytes) {
     g_has_partial = 0;
     fail(path, error);
   };
-  const char* data = bytes.data();
-  std::size_t left = bytes.size();
-  while (left > 0) {
-    const ssize_t n = write(fd, data, left);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) abandon(n < 0 ? errno : ENOSPC);
-    data += n;
-    left -= static_cast<std::size_t>(n);
-  }
-  if (fchmod(fd, new_file_mode(path)) != 0) abandon(errno);
+  if (const int error = write_all(fd, bytes)) abandon(error);
+  if (fchmod(fd, new_file_mode(target)) != 0) abandon(errno);
   if (fsync(fd) != 0) abandon(errno);
-  if (close(fd) != 0 || rename(temp.c_str(), path.c_str()) != 0) {
+  if (close(fd) != 0 || rename(temp.c_str(), target.c_str()) != 0) {
     const int error = errno;
     unlink(temp.c_str());
     g_has_partial = 0;
     fail(path, error);
   }
   g_has_partial = 0;
+}
+
+// A character device or FIFO is written where it is: renaming a temporary
+// file over it would put a regular file in its place.
+void write_in_place(const std::string& path, bool fifo, const std::string& bytes) {
+  // Opening a FIFO that has no reader would wait for one; without blocking,
+  // it fails at once instead.
+  const int fd = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0 && errno == ENXIO && fifo) refuse(path, "no reader on the FIFO");
+  if (fd < 0) fail(path, errno);
+  auto give_up = [&](int error) {
+    close(fd);
+    fail(path, error);
+  };
+  struct stat opened {};
+  if (fstat(fd, &opened) != 0) give_up(errno);
+  if (!S_ISCHR(opened.st_mode) && !S_ISFIFO(opened.st_mode)) {
+    close(fd);
+    refuse(path, "replaced by " + kind_of_file(opened.st_mode) + " while being opened");
+  }
+  const int flags = fcntl(fd, F_GETFL);
+  if (flags < 0 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) give_up(errno);
+
+  // A reader that goes away fails the picture (EPIPE) instead of ending the
+  // process by SIGPIPE; the signal raised meanwhile is taken back.
+  sigset_t pipe_signal, old;
+  sigemptyset(&pipe_signal);
+  sigaddset(&pipe_signal, SIGPIPE);
+  sigprocmask(SIG_BLOCK, &pipe_signal, &old);
+  int error = write_all(fd, bytes);
+  if (error == EPIPE && !sigismember(&old, SIGPIPE)) {
+    const timespec no_wait{};
+    sigtimedwait(&pipe_signal, nullptr, &no_wait);
+  }
+  sigprocmask(SIG_SETMASK, &old, nullptr);
+  if (close(fd) != 0 && error == 0) error = errno;
+  if (error != 0) fail(path, error);
+}
+
+}  // namespace
+
+void write_atomically(const std::string& path, const std::string& bytes) {
+  struct stat named {};
+  if (lstat(path.c_str(), &named) != 0) {
+    if (errno != ENOENT) fail(path, errno);
+    return replace_regular_file(path, path, bytes);
+  }
+  struct stat target = named;
+  if (S_ISLNK(named.st_mode) && stat(path.c_str(), &target) != 0) {
+    if (errno == ENOENT) refuse(path, "a dangling symbolic link (it points to nothing)");
+    fail(path, errno);
+  }
+  if (S_ISCHR(target.st_mode) || S_ISFIFO(target.st_mode))
+    return write_in_place(path, S_ISFIFO(target.st_mode), bytes);
+  if (!S_ISREG(target.st_mode))
+    refuse(path, "not a regular file (" + kind_of_file(target.st_mode) + ")");
+  if (!S_ISLNK(named.st_mode)) return replace_regular_file(path, path, bytes);
+  // The link is kept; the file it points to is replaced.
+  const std::unique_ptr<char, void (*)(void*)> resolved(realpath(path.c_str(), nullptr), std::free);
+  if (!resolved) fail(path, errno);
+  replace_regular_file(path, resolved.get(), bytes);
 }
 
 void remove_partial_output_on_signals() {

@@ -1,6 +1,11 @@
-// Nothing half-written: outputs are written to a temporary file beside
-// their final name and renamed into place only when complete. A signal
-// that ends the process removes the temporary file being written.
+// Nothing half-written, and only what the tool owns replaced. A regular
+// file (or a new one) is written to a temporary file beside it and renamed
+// into place only when complete; a signal that ends the process removes the
+// temporary file being written. A character device or a FIFO (/dev/null, a
+// pipe to another program) is written to directly, never replaced; any other
+// kind of file is refused. A symbolic link is kept: the regular file it
+// points to is replaced (the temporary file goes beside that file), and a
+// link that points to nothing is refused.
 #pragma once
 
 #include <string>
@@ -8,9 +13,10 @@
 namespace zkcli {
 
 // Writes bytes to path. Failure with the reason when anything goes wrong, in
-// which case path is untouched and no temporary file remains. The new file
-// gets the permissions of the file it replaces, or the usual ones for a new
-// file (0666 less the umask).
+// which case a regular file at path is untouched and no temporary file
+// remains (a device or FIFO may have received part of the bytes). The new
+// file gets the permissions of the file it replaces, or the usual ones for a
+// new file (0666 less the umask).
 void write_atomically(const std::string& path, const std::string& bytes);
 
 // Installs the handlers for SIGINT, SIGTERM and SIGHUP that remove the

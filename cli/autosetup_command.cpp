@@ -9,6 +9,7 @@
 #include "atomic_output.h"
 #include "command_line.h"
 #include "commands.h"
+#include "input_file.h"
 #include "library_session.h"
 #include "output_plan.h"
 #include "picture_report.h"
@@ -36,8 +37,10 @@ Analysis:
   --help              this text
 
 Exit status: 0 when every picture was corrected, 1 when any failed, 2 for a
-usage mistake. Outputs are written to a temporary file and renamed into place
-when complete; an input is never overwritten without --in-place.
+usage mistake. Inputs are regular files of at most 352 MiB. Outputs are
+written to a temporary file and renamed into place when complete (a device
+or FIFO is written directly; a symbolic link is kept and the file it points
+to replaced); an input is never overwritten without --in-place.
 )";
 
 struct Options {
@@ -98,7 +101,7 @@ std::string settings_text(const Options& o) {
 TaskResult correct(const Job& job, const Options& o) {
   const auto start = std::chrono::steady_clock::now();
   if (!job.problem.empty()) throw Failure(job.problem);
-  Picture picture = decode_picture(read_file(job.input), kMaxSide);
+  Picture picture = decode_picture(read_file(job.input, kMaxPictureFileBytes), kMaxSide);
   const ShootingValues shot = read_shooting_values(job.input, o.use_exif);
   AutoSetupParam record = analyse_picture(picture, shot);
   std::optional<PictureReport> report;

@@ -6,6 +6,7 @@
 #include "atomic_output.h"
 #include "command_line.h"
 #include "commands.h"
+#include "input_file.h"
 #include "library_session.h"
 #include "output_plan.h"
 
@@ -82,7 +83,7 @@ int run_convert(int argc, char** argv, int first) {
   try {
     if (plan_jobs({o.input}, Destination::File, o.output).front().problem.size() > 0)
       throw Failure("the output would overwrite the input");
-    Picture picture = decode_picture(read_file(o.input), kMaxSide);
+    Picture picture = decode_picture(read_file(o.input, kMaxPictureFileBytes), kMaxSide);
     const int status = convert(o, picture);
     if (status != ZKIMGSET_OK) throw Failure("conversion failed: " + status_message(status));
     write_atomically(o.output, encode_picture(picture, o.quality));

@@ -6,9 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
+
+#include "input_file.h"
 
 namespace zkcli {
 namespace {
@@ -162,8 +163,12 @@ Figures analysis_figures(const Picture& picture, const std::string& dump_folder,
   std::string folder = scratch ? scratch->path() : dump_folder;
   if (folder.back() != '/') folder += '/';
   DumpAutoSetupParam(folder.c_str(), name.c_str(), &rect, &thumb);
-  std::ifstream text(folder + name + "_AutoSetupParam.txt");
-  if (!text) throw Failure("cannot write the dump files in " + folder);
+  std::istringstream text;
+  try {
+    text.str(read_file(folder + name + "_AutoSetupParam.txt", kMaxDumpTextBytes));
+  } catch (const Failure& e) {
+    throw Failure("cannot write the dump files in " + folder + " (" + e.what() + ")");
+  }
   return parse_dump_text(text);
 }
 

@@ -9,11 +9,9 @@
 #include <vector>
 
 #include "picture_file.h"
+#include "tool_limits.h"
 
 namespace zkcli {
-
-// The largest picture side the analysis and the correction accept.
-inline constexpr int kMaxSide = 6144;
 
 // The host's adjustments: the analysis stages (setup_mode) and the stored
 // level, contrast and saturation adjustments.

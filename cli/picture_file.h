@@ -31,9 +31,6 @@ struct Picture {
   int jpeg_subsampling = -1;  // TurboJPEG's TJSAMP_* of the input
 };
 
-// The whole of a file; Failure("unreadable: ...") when it cannot be read.
-std::string read_file(const std::string& path);
-
 // Decodes a JPEG or PNG. Failure with the reason for anything else, for a
 // damaged or truncated file, and for pictures larger than max_side on a side
 // (checked before any pixel is decoded).

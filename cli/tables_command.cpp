@@ -13,6 +13,7 @@
 
 #include "command_line.h"
 #include "commands.h"
+#include "input_file.h"
 #include "library_session.h"
 
 namespace zkcli {
@@ -40,7 +41,7 @@ struct Check {
 Check check_table(const std::string& path) {
   std::string bytes;
   try {
-    bytes = read_file(path);
+    bytes = read_file(path, kMaxTableFileBytes);
   } catch (const Failure& e) {
     return {false, e.what()};
   }

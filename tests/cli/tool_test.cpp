@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "input_file.h"
 #include "picture_file.h"
+#include "tool_limits.h"
 
 namespace zkcli {
 namespace {
@@ -34,7 +36,7 @@ ToolRun run_tool(const std::string& arguments) {
   return run;
 }
 
-std::string slurp(const fs::path& path) { return read_file(path.string()); }
+std::string slurp(const fs::path& path) { return read_file(path.string(), kMaxPictureFileBytes); }
 
 void spit(const fs::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
@@ -139,6 +141,7 @@ TEST_P(ToolBadInput, FailsWithItsReasonAndLeavesNothing) {
   if (name == "truncated.jpg") spit(path(name), valid.substr(0, valid.size() / 2));
   if (name == "small.jpg") write_jpeg(name, 100, 80);
   if (name == "empty.png") spit(path(name), "");
+  if (name == "device.jpg") fs::create_symlink("/dev/null", path(name));
   fs::create_directory(path("out"));
   const ToolRun run =
       run_tool("autosetup " + path(name) + " " + path("source.jpg") + " --out-dir " + path("out"));
@@ -155,7 +158,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BadInput{"text.jpg", "not a picture (neither JPEG nor PNG)"},
                       BadInput{"truncated.jpg", "damaged JPEG"},
                       BadInput{"small.jpg", "too small (100 x 80; at least 128 x 92 is needed)"},
-                      BadInput{"empty.png", "not a picture (empty file)"}),
+                      BadInput{"empty.png", "not a picture (empty file)"},
+                      BadInput{"device.jpg", "not a regular file (a character device)"}),
     [](const auto& info) {
       std::string n = info.param.name;
       return n.substr(0, n.find('.'));
