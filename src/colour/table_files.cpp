@@ -14,6 +14,7 @@
 #include "colour/table_records.h"
 #include "platform/directory_search.h"
 #include "platform/paths.h"
+#include "platform/regular_file.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -23,7 +24,9 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-File open_for_reading(const std::string& path) { return File(std::fopen(path.c_str(), "rb")); }
+File open_for_reading(const std::string& path) {
+  return File(platform::open_regular_file(path.c_str(), "rb"));
+}
 
 // Walks a table text record by record.
 class RecordReader {

@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 
+#include "platform/regular_file.h"
+
 namespace zkimgset::exif {
 
 ExifFileStream::~ExifFileStream() {
@@ -17,7 +19,7 @@ ExifFileStream::~ExifFileStream() {
 void ExifFileStream::open(const char* path, const char* mode) {
   enforce(path != nullptr && mode != nullptr, code::kMissingArgument);
   if (is_open()) close();
-  file_ = std::fopen(path, mode);
+  file_ = platform::open_regular_file(path, mode);
   enforce(file_ != nullptr, code::kOpenFailed);
 }
 

@@ -7,6 +7,7 @@
 #include "setup/driver.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -84,7 +85,6 @@ std::unique_ptr<autosetup::AnalysisState> driver_colour_inputs(
 }
 
 int run(LibraryState& library, const autosetup::AnalysisState& analysis, const DriverPicture& in) {
-  const tagRECT full{0, 0, in.width - 1, in.height - 1};
   const std::string folder = platform::parameter_folder();
   if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
     return ZKIMGSET_BAD_ARGUMENT;
@@ -94,6 +94,7 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
   if (ratio > kMaxRatio || ratio < kMinRatio) return ZKIMGSET_BAD_ASPECT;
   if (library.ExifSetupEnabled == 0) library.setup_mode &= ZKIMGSET_SETUP_SATURATION_KEEP;
   library.service_setup_ran = 0;
+  const tagRECT full{0, 0, in.width - 1, in.height - 1};
 
   const bool bitmap = in.layout == 1;
   const autosetup::Picture picture{
@@ -190,7 +191,10 @@ void store_adjustments(LibraryState& library, const int (&v)[9]) noexcept {
   a.BalanceStep3 = clamp16(v[8], -7, 7);
 }
 
-int bitmap_row_bytes(int width) noexcept { return (3 * width + 3) / 4 * 4; }
+int bitmap_row_bytes(int width) noexcept {
+  // Only handed on; a width the driver will refuse must not overflow here.
+  return static_cast<int>(std::min<std::uint64_t>(zkimgset_bitmap_row_bytes(width), INT_MAX));
+}
 
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,
                const DriverPicture& picture) noexcept {

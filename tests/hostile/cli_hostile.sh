@@ -25,7 +25,7 @@ mknod "$s/folder/null.jpg" c 1 3 2>/dev/null && mknod "$s/block.jpg" b 7 0 2>/de
 python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' \
   "$s/socket.jpg" 2>/dev/null && sockets=1
 
-tool() { timeout --kill-after=2 10 "$tool_path" "$@"; }
+tool() { timeout --kill-after=2 30 "$tool_path" "$@"; }
 
 # with_reader FIFO OUT ARGS...: the tool writing into FIFO while cat copies
 # it to OUT. Nothing tells when cat waits in its open, so the tool is tried
@@ -33,7 +33,7 @@ tool() { timeout --kill-after=2 10 "$tool_path" "$@"; }
 with_reader() {
   local fifo=$1 out=$2 text status tries=0
   shift 2
-  timeout 10 cat "$fifo" >"$out" &
+  timeout 30 cat "$fifo" >"$out" &
   local reader=$!
   while :; do
     text=$(tool "$@" 2>&1)

@@ -1,0 +1,22 @@
+// Windows: opening a named pipe or a device does not block the way a FIFO
+// does, so the file is opened and then refused unless it is a disk file.
+#include "platform/regular_file.h"
+
+#include <io.h>
+#include <windows.h>
+
+namespace zkimgset::platform {
+
+std::FILE* open_regular_file(const char* path, const char* mode) {
+  if (path == nullptr || mode == nullptr) return nullptr;
+  std::FILE* file = std::fopen(path, mode);
+  if (file == nullptr) return nullptr;
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)));
+  if (GetFileType(handle) != FILE_TYPE_DISK) {
+    std::fclose(file);
+    return nullptr;
+  }
+  return file;
+}
+
+}  // namespace zkimgset::platform
