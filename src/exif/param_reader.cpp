@@ -86,8 +86,7 @@ bool ParamReader::open(const char* path) {
 void ParamReader::open(std::span<const std::uint8_t> file_bytes) { file_.open_memory(file_bytes); }
 
 void ParamReader::reset() {
-  segment_.clear();
-  block_.close();
+  file_.set_start(0);
   tiff_ = nullptr;
   ifd0_.clear();
   exif_.clear();
@@ -121,7 +120,7 @@ Code ParamReader::identify_jpeg() {
   try {
     file_.seek(0, SEEK_SET);
     if (read_be16(file_) != kMarkerSoi) return pc::kJpegIdentifyFailed;
-    bool found = false;
+    std::optional<std::int64_t> tiff_start;
     try {
       for (;;) {
         const std::uint8_t marker = next_marker(file_);
@@ -129,25 +128,24 @@ Code ParamReader::identify_jpeg() {
         if (stands_alone(marker)) continue;
         const std::int64_t start = file_.tell();
         const std::uint16_t length = read_be16(file_);
-        if (marker == (kMarkerApp1 & 0xFF) && !found && length >= kMinExifSegmentLength) {
+        if (marker == (kMarkerApp1 & 0xFF) && !tiff_start && length >= kMinExifSegmentLength) {
           std::uint8_t name[kExifNameBytes];
           file_.read(name, 1, sizeof name);
-          if (std::memcmp(name, kExifName, sizeof name) == 0) {
-            segment_.resize(length - 2u - kExifNameBytes);
-            file_.read(segment_.data(), 1, segment_.size());
-            found = true;
-          }
+          if (std::memcmp(name, kExifName, sizeof name) == 0)
+            tiff_start = start + 2 + std::int64_t{kExifNameBytes};
         }
         file_.seek(start + length, SEEK_SET);
       }
     } catch (const ExifError&) {
       // A broken marker structure after the Exif segment ends the scan: the
       // segment is all this reader needs.
-      if (!found) return pc::kJpegIdentifyFailed;
+      if (!tiff_start) return pc::kJpegIdentifyFailed;
     }
-    if (!found) return pc::kJpegIdentifyFailed;
-    block_.open_memory(std::span<const std::uint8_t>(segment_));
-    return read_structure(block_);
+    if (!tiff_start) return pc::kJpegIdentifyFailed;
+    // The structure is read from the file, its offsets counted from its
+    // start: a value may lie past the segment, as long as it is in the file.
+    file_.set_start(*tiff_start);
+    return read_structure(file_);
   } catch (const ExifError&) {
     return pc::kJpegIdentifyFailed;
   }
@@ -155,6 +153,7 @@ Code ParamReader::identify_jpeg() {
 
 Code ParamReader::identify_tiff() {
   try {
+    file_.set_start(0);
     return read_structure(file_);
   } catch (const ExifError&) {
     return pc::kTiffIdentifyFailed;

@@ -63,10 +63,8 @@ class ParamReader {
   Code check_thumbnail();
   void reset();
 
-  ExifFileStream file_;
-  std::vector<std::uint8_t> segment_;  // the Exif segment after its name
-  ExifFileStream block_;               // reads segment_
-  ExifFileStream* tiff_ = nullptr;     // the TIFF structure: block_ or file_
+  ExifFileStream file_;  // from the TIFF structure's start once identified
+  ExifFileStream* tiff_ = nullptr;
   ByteOrder order_ = ByteOrder::Little;
   std::uint64_t tiff_size_ = 0;
   RawIfd ifd0_, exif_, ifd1_;

@@ -164,6 +164,25 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   }
 }
 
+// The parameter stage reads the Exif structure from the file, its offsets
+// counted from the structure's start, so a value may lie past the Exif
+// segment (here in a comment segment after it).
+TEST_F(GetExifParam, ReadsValuesPastTheExifSegmentFromTheFile) {
+  TiffLayout layout = camera();
+  std::erase_if(layout.exif, [](const TestEntry& e) { return e.tag == 0xA404; });
+  layout.exif.push_back(raw_entry(0xA404, 5, 1, 0));
+  const std::size_t tiff_bytes = build_tiff(layout).size();
+  layout.exif.back() = raw_entry(0xA404, 5, 1, static_cast<std::uint32_t>(tiff_bytes + 4));
+  const Bytes zoom = {0, 0, 0, 7, 0, 0, 0, 2};  // 7/2, big-endian as the comment holds it
+  layout.order = Order::Big;
+  const Bytes file =
+      build_jpeg({segment(0xFFE1, app1_body(build_tiff(layout))), segment(0xFFFE, zoom)});
+  ExifParamEx out = filled_with(0xEE);
+  EXPECT_EQ(get(file, out), ZKIMGSET_OK);
+  EXPECT_EQ(out.param.DigitalZoomRatio_num, 7u);
+  EXPECT_EQ(out.param.DigitalZoomRatio_den, 2u);
+}
+
 #if defined(_WIN32)
 constexpr int kUnterminatedPathStatus = ZKIMGSET_FILE_ERROR;
 #else
