@@ -19,8 +19,8 @@ inline constexpr int kMaxSide = 6144;
 inline constexpr std::size_t kMaxPictureFileBytes =
     std::size_t{kMaxSide} * (std::size_t{kMaxSide} * 8 + 1) + (std::size_t{64} << 20);
 
-// The library reads a colour table file whole and refuses one above 64 MiB;
-// the tool's check of table files refuses the same.
+// A full 3-D table text is under 10 MB. The tool's check of table files
+// reads at most this much of one (the library itself reads any size).
 inline constexpr std::size_t kMaxTableFileBytes = std::size_t{64} << 20;
 
 // The library's text dump of an analysis (its figures, the 256-entry tone
