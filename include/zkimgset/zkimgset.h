@@ -529,14 +529,16 @@ static inline int zkimgset_resize_plan(int32_t source_width, int32_t source_heig
   t = (long long)top;
   r = (long long)(left + (W - 2 * (double)left));
   b = (long long)(top + (H - 2 * (double)top));
-  /* Rounding can reach a little past the source; a cut stays within int. */
-  cw = r - l < 1 ? 1 : r - l > 2147483647 ? 2147483647 : r - l;
+  /* Rounding can reach a little past the source; a cut stays within int.
+     A cut less than a pixel wide is 0 (every output then takes the cut's
+     first pixel); a cut less than a row high is taken as one row. */
+  cw = r - l < 0 ? 0 : r - l > 2147483647 ? 2147483647 : r - l;
   ch = b - t < 1 ? 1 : b - t > 2147483647 ? 2147483647 : b - t;
   plan->cut_left = (int32_t)l;
   plan->cut_top = (int32_t)t;
   plan->cut_width = (int32_t)cw;
   plan->cut_height = (int32_t)ch;
-  k = (float)((double)new_width / (double)cw);
+  k = cw == 0 ? 1.0f : (float)((double)new_width / (double)cw); /* no cut: enlarge */
   plan->kernel = k >= 1.0f ? 1 : k >= 0.5f ? 2 : k >= 1.0f / 3.0f ? 3 : 4;
   plan->result_width = new_width;
   plan->result_height = new_height;

@@ -202,9 +202,8 @@ Code ParamReader::read_structure(ExifFileStream& tiff) {
   if (decode_u16(header + 2, order_) != kTiffMagic) return pc::kNo0thIfd;
   const auto next = read_ifd(decode_u32(header + 4, order_), ifd0_);
   if (!next) return pc::kNo0thIfd;
-  const RawEntry* pointer = first_entry(ifd0_, tag::kExifIfdPointer);
-  if (pointer == nullptr || pointer->type != tiff_type::kLong) return pc::kNoExifIfd;
-  if (!read_ifd(decode_u32(pointer->raw.data(), order_), exif_)) return pc::kNoExifIfd;
+  const auto pointer = first_integer(ifd0_, tag::kExifIfdPointer);
+  if (!pointer || !read_ifd(*pointer, exif_)) return pc::kNoExifIfd;
   if (*next != 0) has_ifd1_ = read_ifd(*next, ifd1_).has_value();
   return code::kOk;
 }
@@ -226,8 +225,7 @@ std::optional<std::uint32_t> single_long(const RawEntry* entry, ByteOrder order)
 }  // namespace
 
 Code ParamReader::check_main_image() {
-  const auto photometric =
-      single_short(first_entry(ifd0_, tag::kPhotometricInterpretation), order_);
+  const auto photometric = first_integer(ifd0_, tag::kPhotometricInterpretation);
   if (!photometric) return pc::kBadImageStructure;
   if (*photometric == kPhotometricRgb) {
     const RawEntry* planar = first_entry(ifd0_, tag::kPlanarConfiguration);
@@ -284,6 +282,39 @@ Code ParamReader::check_thumbnail() {
     return code::kOk;
   }
   return pc::kBadImageStructure;
+}
+
+std::optional<std::uint32_t> ParamReader::first_integer(const RawIfd& ifd, std::uint16_t tag) {
+  const RawEntry* entry = first_entry(ifd, tag);
+  if (entry == nullptr) return std::nullopt;
+  std::uint8_t value[4] = {};
+  try {
+    switch (entry->type) {
+      case tiff_type::kByte:
+        if (copy_value(ifd, tag, entry->type, std::span(value, 1))) return value[0];
+        break;
+      case tiff_type::kShort: {
+        std::uint16_t number = 0;
+        if (copy_value(ifd, tag, entry->type, std::span(value, 2))) {
+          std::memcpy(&number, value, sizeof number);
+          return number;
+        }
+        break;
+      }
+      case tiff_type::kLong: {
+        std::uint32_t number = 0;
+        if (copy_value(ifd, tag, entry->type, std::span(value, 4))) {
+          std::memcpy(&number, value, sizeof number);
+          return number;
+        }
+        break;
+      }
+      default:
+        break;
+    }
+  } catch (const ExifError&) {
+  }
+  return std::nullopt;
 }
 
 Code ParamReader::read_exif_version(std::span<std::uint8_t> buffer) const {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -61,6 +62,10 @@ class ParamReader {
   Code read_structure(ExifFileStream& tiff);
   Code check_main_image();
   Code check_thumbnail();
+  // The first value of an unsigned integer tag (BYTE, SHORT or LONG, from
+  // the entry or its offset), read as a number; nothing for other types or
+  // a value past the structure.
+  std::optional<std::uint32_t> first_integer(const RawIfd& ifd, std::uint16_t tag);
   void reset();
 
   ExifFileStream file_;  // from the TIFF structure's start once identified
