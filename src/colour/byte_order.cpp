@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <vector>
 
 #include "colour/conversions.h"
 #include "colour/swap_run.h"
@@ -34,14 +33,11 @@ void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels
   swap_run(dst, src, pixels);
 }
 
+// Swaps rows in place, with no scratch that could fail to be had.
 void reverse_rows(std::uint8_t* pixels, std::size_t row, int height) {
-  std::vector<std::uint8_t> scratch(row);
   for (int top = 0, bottom = height - 1; top < bottom; ++top, --bottom) {
     std::uint8_t* a = pixels + row * std::size_t(top);
-    std::uint8_t* b = pixels + row * std::size_t(bottom);
-    std::memcpy(scratch.data(), a, row);
-    std::memcpy(a, b, row);
-    std::memcpy(b, scratch.data(), row);
+    std::swap_ranges(a, a + row, pixels + row * std::size_t(bottom));
   }
 }
 

@@ -13,8 +13,8 @@
 #include "colour/table_limits.h"
 #include "colour/table_records.h"
 #include "platform/directory_search.h"
+#include "platform/file_open.h"
 #include "platform/paths.h"
-#include "platform/regular_file.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -25,7 +25,7 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File open_for_reading(const std::string& path) {
-  return File(platform::open_regular_file(path.c_str(), "rb"));
+  return File(platform::open_for_reading(path.c_str(), "rb"));
 }
 
 // Walks a table text record by record.

@@ -8,7 +8,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/regular_file.h"
+#include "platform/file_open.h"
 
 namespace zkimgset::exif {
 
@@ -19,7 +19,8 @@ ExifFileStream::~ExifFileStream() {
 void ExifFileStream::open(const char* path, const char* mode) {
   enforce(path != nullptr && mode != nullptr, code::kMissingArgument);
   if (is_open()) close();
-  file_ = platform::open_regular_file(path, mode);
+  file_ = mode[0] == 'r' ? platform::open_for_reading(path, mode)
+                         : platform::open_for_writing(path, mode);
   enforce(file_ != nullptr, code::kOpenFailed);
 }
 

@@ -92,6 +92,7 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
     return ZKIMGSET_BAD_SIZE;
   const double ratio = double(in.width) / in.height;
   if (ratio > kMaxRatio || ratio < kMinRatio) return ZKIMGSET_BAD_ASPECT;
+  if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
   if (library.ExifSetupEnabled == 0) library.setup_mode &= ZKIMGSET_SETUP_SATURATION_KEEP;
   library.service_setup_ran = 0;
   const tagRECT full{0, 0, in.width - 1, in.height - 1};

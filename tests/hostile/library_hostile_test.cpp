@@ -116,12 +116,18 @@ TEST(Hostile, FifosAndDevicesAreNeverOpenedAsFiles) {
     EXPECT_EQ(GetExifParamEx(path.c_str(), &out), ZKIMGSET_FILE_ERROR) << path;
     EXPECT_EQ(GetExifParam(path.c_str(), &out.param), ZKIMGSET_FILE_ERROR) << path;
   }
-  // A dump whose text file is a FIFO: written to nothing, and left a FIFO.
-  fifo_in(folder, "dump_AutoSetupParam.txt");
+  // Dump files: a FIFO nobody reads ends the dump at once, and stays a
+  // FIFO; the null device takes its file like any other.
+  fifo_in(folder, "a_AutoSetupParam.txt");
+  fs::create_symlink("/dev/null", folder.path() / "b_AutoSetupParam.txt");
   tagRECT rect{0, 0, 127, 91};
   auto thumbnail = std::make_unique<_ThumbnailData>();
-  DumpAutoSetupParam(folder.slashed().c_str(), "dump", &rect, thumbnail.get());
-  EXPECT_TRUE(fs::is_fifo(folder.path() / "dump_AutoSetupParam.txt"));
+  for (const char* base : {"a", "b"})
+    DumpAutoSetupParam(folder.slashed().c_str(), base, &rect, thumbnail.get());
+  EXPECT_TRUE(fs::is_fifo(folder.path() / "a_AutoSetupParam.txt"));
+  EXPECT_FALSE(fs::exists(folder.path() / "a_th_yy128x92.raw"));
+  EXPECT_TRUE(fs::is_character_file(folder.path() / "b_AutoSetupParam.txt"));
+  EXPECT_EQ(fs::file_size(folder.path() / "b_th_yy128x92.raw"), 128u * 92u);
 }
 
 #if defined(ZKIMGSET_TEST_LIBRARY)

@@ -1,13 +1,14 @@
 // Windows: opening a named pipe or a device does not block the way a FIFO
-// does, so the file is opened and then refused unless it is a disk file.
-#include "platform/regular_file.h"
+// does, so files are opened as they are; one opened for reading is refused
+// unless it is a disk file.
+#include "platform/file_open.h"
 
 #include <io.h>
 #include <windows.h>
 
 namespace zkimgset::platform {
 
-std::FILE* open_regular_file(const char* path, const char* mode) {
+std::FILE* open_for_reading(const char* path, const char* mode) {
   if (path == nullptr || mode == nullptr) return nullptr;
   std::FILE* file = std::fopen(path, mode);
   if (file == nullptr) return nullptr;
@@ -17,6 +18,11 @@ std::FILE* open_regular_file(const char* path, const char* mode) {
     return nullptr;
   }
   return file;
+}
+
+std::FILE* open_for_writing(const char* path, const char* mode) {
+  if (path == nullptr || mode == nullptr) return nullptr;
+  return std::fopen(path, mode);
 }
 
 }  // namespace zkimgset::platform
