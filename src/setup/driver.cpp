@@ -164,11 +164,14 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
     library.service_setup_ran = 1;
   }
 
+  // Everything that can run out of memory comes before the write-back, so
+  // a failure leaves the caller's picture as it was.
+  const auto inputs = driver_colour_inputs(library, analysis);
   if (!whole)
     for (int y = 0; y < ch; ++y)
       std::memcpy(source_row(y), &copy[content_row * std::size_t(y)], 3 * std::size_t(cw));
   colour::reset_colour_math(library);
-  colour::build_setup_table(library, *driver_colour_inputs(library, analysis));
+  colour::build_setup_table(library, *inputs);
   return pixel_pass(library, in.pixels, in.bits_per_pixel,
                     bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb, content,
                     full);
