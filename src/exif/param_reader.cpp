@@ -287,34 +287,22 @@ Code ParamReader::check_thumbnail() {
 std::optional<std::uint32_t> ParamReader::first_integer(const RawIfd& ifd, std::uint16_t tag) {
   const RawEntry* entry = first_entry(ifd, tag);
   if (entry == nullptr) return std::nullopt;
+  const std::size_t unit = entry->type == tiff_type::kByte    ? 1
+                           : entry->type == tiff_type::kShort ? 2
+                           : entry->type == tiff_type::kLong  ? 4
+                                                              : 0;
   std::uint8_t value[4] = {};
   try {
-    switch (entry->type) {
-      case tiff_type::kByte:
-        if (copy_value(ifd, tag, entry->type, std::span(value, 1))) return value[0];
-        break;
-      case tiff_type::kShort: {
-        std::uint16_t number = 0;
-        if (copy_value(ifd, tag, entry->type, std::span(value, 2))) {
-          std::memcpy(&number, value, sizeof number);
-          return number;
-        }
-        break;
-      }
-      case tiff_type::kLong: {
-        std::uint32_t number = 0;
-        if (copy_value(ifd, tag, entry->type, std::span(value, 4))) {
-          std::memcpy(&number, value, sizeof number);
-          return number;
-        }
-        break;
-      }
-      default:
-        break;
-    }
+    if (unit == 0 || !copy_value(ifd, tag, entry->type, std::span(value, unit)))
+      return std::nullopt;
   } catch (const ExifError&) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  if (unit == 1) return value[0];
+  std::uint16_t short_value = 0;
+  std::uint32_t long_value = 0;
+  std::memcpy(unit == 2 ? static_cast<void*>(&short_value) : &long_value, value, unit);
+  return unit == 2 ? short_value : long_value;
 }
 
 Code ParamReader::read_exif_version(std::span<std::uint8_t> buffer) const {

@@ -90,10 +90,6 @@ TEST(Hostile, ResizeChecksItsWorkBeforeBuildingAnything) {
   ZKImgSetBitmapInfoHeader out{};
   EXPECT_EQ(ResizeExec(&huge, source.data(), &out, result.data(), 100, 100),
             ZKIMGSET_OUT_OF_MEMORY);
-  // 4.5 GB of intermediate rows, past the cap: refused before the result
-  // buffer (too small here) is touched.
-  EXPECT_EQ(ResizeExec(&small, source.data(), &out, result.data(), 1500000000, 1),
-            ZKIMGSET_OUT_OF_MEMORY);
   EXPECT_EQ(ResizeExec(&small, source.data(), &out, result.data(), INT_MAX, INT_MAX),
             ZKIMGSET_OUT_OF_MEMORY);
 
