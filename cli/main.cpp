@@ -4,9 +4,9 @@
 #include <exception>
 #include <string>
 
-#include "command_line.h"
-#include "commands.h"
-#include "picture_file.h"
+#include "commands/commands.h"
+#include "core/command_line.h"
+#include "files/picture_file.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "input_file.h"
-#include "picture_file.h"
-#include "tool_limits.h"
+#include "core/tool_limits.h"
+#include "files/input_file.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 namespace {

@@ -8,7 +8,7 @@ set -u
 tool_path=$1 s=$2
 photo=$(cd "$(dirname "$0")/../../examples/photos" && pwd)/dark-party.jpg
 # The largest input the tool reads: an uncompressed 6144 x 6144 16-bit RGBA
-# PNG and 64 MiB of room (cli/tool_limits.h).
+# PNG and 64 MiB of room (cli/core/tool_limits.h).
 limit=369104896
 
 rm -rf "$s" && mkdir -p "$s/folder" "$s/out" || exit 1

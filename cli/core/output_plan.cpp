@@ -1,4 +1,4 @@
-#include "output_plan.h"
+#include "core/output_plan.h"
 
 #include <sys/stat.h>
 
@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <set>
 
-#include "command_line.h"
-#include "picture_file.h"
+#include "core/command_line.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 namespace {

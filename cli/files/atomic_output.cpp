@@ -1,4 +1,4 @@
-#include "atomic_output.h"
+#include "files/atomic_output.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,8 +11,8 @@
 #include <ctime>
 #include <memory>
 
-#include "input_file.h"
-#include "picture_file.h"
+#include "files/input_file.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 namespace {

@@ -1,14 +1,14 @@
-#include "report.h"
+#include "report/report.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 #include <string_view>
 
-#include "base64.h"
-#include "report_plots.h"
-#include "report_style.h"
-#include "svg_plot.h"
+#include "report/base64.h"
+#include "report/report_plots.h"
+#include "report/report_style.h"
+#include "report/svg_plot.h"
 
 namespace zkcli {
 namespace {

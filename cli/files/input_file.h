@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string>
 
-#include "picture_file.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 

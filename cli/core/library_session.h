@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "picture_file.h"
-#include "tool_limits.h"
+#include "core/tool_limits.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 

@@ -1,4 +1,4 @@
-#include "report_style.h"
+#include "report/report_style.h"
 
 namespace zkcli {
 

@@ -1,8 +1,8 @@
 // The report's view of one corrected picture, gathered in its worker.
 #pragma once
 
-#include "library_session.h"
-#include "report.h"
+#include "core/library_session.h"
+#include "report/report.h"
 
 namespace zkcli {
 

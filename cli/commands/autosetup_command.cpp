@@ -6,15 +6,15 @@
 #include <cstdio>
 #include <optional>
 
-#include "atomic_output.h"
-#include "command_line.h"
-#include "commands.h"
-#include "input_file.h"
-#include "library_session.h"
-#include "output_plan.h"
-#include "picture_report.h"
-#include "progress.h"
-#include "worker_pool.h"
+#include "commands/commands.h"
+#include "core/command_line.h"
+#include "core/library_session.h"
+#include "core/output_plan.h"
+#include "core/progress.h"
+#include "core/worker_pool.h"
+#include "files/atomic_output.h"
+#include "files/input_file.h"
+#include "report/picture_report.h"
 
 namespace zkcli {
 namespace {

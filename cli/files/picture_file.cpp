@@ -1,6 +1,6 @@
 // Choosing the codec by the file's first bytes, not by its name: a text
 // file renamed .jpg is "not a picture".
-#include "picture_file.h"
+#include "files/picture_file.h"
 
 #include <cstring>
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "picture_file.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 namespace {

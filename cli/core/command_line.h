@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "library_session.h"
+#include "core/library_session.h"
 
 namespace zkcli {
 

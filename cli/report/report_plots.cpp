@@ -1,10 +1,10 @@
-#include "report_plots.h"
+#include "report/report_plots.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
-#include "svg_plot.h"
+#include "report/svg_plot.h"
 
 namespace zkcli {
 namespace {

@@ -11,10 +11,10 @@
 #include <optional>
 #include <vector>
 
-#include "command_line.h"
-#include "commands.h"
-#include "input_file.h"
-#include "library_session.h"
+#include "commands/commands.h"
+#include "core/command_line.h"
+#include "core/library_session.h"
+#include "files/input_file.h"
 
 namespace zkcli {
 namespace {

@@ -3,12 +3,12 @@
 #include <cstring>
 #include <optional>
 
-#include "atomic_output.h"
-#include "command_line.h"
-#include "commands.h"
-#include "input_file.h"
-#include "library_session.h"
-#include "output_plan.h"
+#include "commands/commands.h"
+#include "core/command_line.h"
+#include "core/library_session.h"
+#include "core/output_plan.h"
+#include "files/atomic_output.h"
+#include "files/input_file.h"
 
 namespace zkcli {
 namespace {

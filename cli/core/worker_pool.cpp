@@ -1,4 +1,4 @@
-#include "worker_pool.h"
+#include "core/worker_pool.h"
 
 #include <poll.h>
 #include <sched.h>

@@ -7,7 +7,7 @@
 #include <csetjmp>
 #include <cstring>
 
-#include "picture_file.h"
+#include "files/picture_file.h"
 
 namespace zkcli {
 namespace {

@@ -1,4 +1,4 @@
-#include "picture_report.h"
+#include "report/picture_report.h"
 
 #include <algorithm>
 #include <cstdlib>

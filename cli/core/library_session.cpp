@@ -1,5 +1,5 @@
 // The library calls behind every subcommand.
-#include "library_session.h"
+#include "core/library_session.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include <optional>
 #include <sstream>
 
-#include "input_file.h"
+#include "files/input_file.h"
 
 namespace zkcli {
 namespace {
