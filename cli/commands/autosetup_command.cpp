@@ -101,7 +101,10 @@ std::string settings_text(const Options& o) {
 TaskResult correct(const Job& job, const Options& o) {
   const auto start = std::chrono::steady_clock::now();
   if (!job.problem.empty()) throw Failure(job.problem);
-  Picture picture = decode_picture(read_file(job.input, kMaxPictureFileBytes), kMaxSide);
+  // One per worker, kept from picture to picture: its raster keeps its
+  // pages, so a later picture of the same size or smaller needs no new ones.
+  static Picture picture;
+  decode_picture(read_file(job.input, kMaxPictureFileBytes), kMaxSide, picture);
   const ShootingValues shot = read_shooting_values(job.input, o.use_exif);
   AutoSetupParam record = analyse_picture(picture, shot);
   std::optional<PictureReport> report;
@@ -147,7 +150,8 @@ int run_autosetup(int argc, char** argv, int first) {
           failures.emplace_back(jobs[i].input, r.message);
           sections[i] = render_failure_section(jobs[i].input, r.message);
         }
-      });
+      },
+      [&] { restore_library(o.adjustments); });
   progress.close();
 
   const int failed = static_cast<int>(failures.size());

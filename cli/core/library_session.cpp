@@ -97,6 +97,22 @@ Figures parse_dump_text(std::istream& in) {
   return figures;
 }
 
+// Which figures each stage of the analysis sets. setup_mode after the
+// analysis tells which stages ran: its bits are only ever cleared, so a bit
+// still set means its stage ran (the neighbour differences run while any of
+// bits 0..4 is set, the grouping while 0x10 is, the subject density under
+// 0x10 or else 0x08). Figures of the statistics, which always run, and the
+// record's own are always kept.
+bool figure_was_set(const std::string& name, int mode_after) {
+  const int stages = mode_after & 0x1F;
+  if (name == "dif_av" || name == "toler") return stages != 0;
+  if (name == "nextgrp" || name == "allgrpno")
+    return (mode_after & ZKIMGSET_SETUP_GROUP_DENSITY) != 0;
+  if (name == "dens_sel" || name == "dens_eff" || name == "yy_select")
+    return (mode_after & (ZKIMGSET_SETUP_GROUP_DENSITY | ZKIMGSET_SETUP_SIMPLE_DENSITY)) != 0;
+  return true;
+}
+
 }  // namespace
 
 void configure_library(const Adjustments& a) {
@@ -110,6 +126,28 @@ void configure_library(const Adjustments& a) {
   if (status != ZKIMGSET_OK && status != ZKIMGSET_SOURCE_MARK &&
       (status < ZKIMGSET_SERVICE_MISSING || status > ZKIMGSET_SERVICE_NO_RESULT))
     throw Failure("the library cannot set up pictures: " + status_message(status));
+}
+
+// What the tool's calls leave in the library, and how each is brought back:
+// - GetExifParamEx sets the source-mark switch, which only the set-up driver
+//   reads (ImageSetupExecEx below, which would keep only bit 0x40 of the
+//   mode after a marked file): a GetExifParamEx that finds no mark (a name
+//   that opens nothing) turns it back on first.
+// - GetAtParamEx stores the flash and brightness values, which the next
+//   GetAtParamEx overwrites before it reads them, and clears bits of
+//   setup_mode; ImageDataConvertEx clears bit 0x40 when the adjustments are
+//   neutral: ImageSetupExecEx stores the mode and every adjustment again.
+// - The analysis state is overwritten by each analysis, except the figures
+//   of stages that did not run, which the tool never shows (analysis_figures).
+// - ImageDataConvertEx rebuilds the set-up table and the channel curves from
+//   the record and the stored adjustments on every call; the colour tables
+//   and the conversion mode are never changed by the tool.
+// - DumpAutoSetupParam, ResizeExec and the byte-order conversions keep no
+//   state.
+void restore_library(const Adjustments& adjustments) {
+  ExifParamEx unused{};
+  GetExifParamEx("", &unused);
+  configure_library(adjustments);
 }
 
 ShootingValues read_shooting_values(const std::string& path, bool use_exif) {
@@ -154,7 +192,9 @@ AutoSetupParam analyse_picture(const Picture& picture, const ShootingValues& sho
 
 Figures analysis_figures(const Picture& picture, const std::string& dump_folder,
                          const std::string& base) {
-  _ThumbnailData thumb = dump_thumbnail(picture);
+  // The thumbnail goes only into the raw dump files, never into the figures.
+  _ThumbnailData thumb{};
+  if (!dump_folder.empty()) thumb = dump_thumbnail(picture);
   tagRECT rect{0, 0, picture.width - 1, picture.height - 1};
   const std::string name = base.empty() ? "picture" : base;
   // Without a dump folder the files go to a private one, read and removed.
@@ -169,7 +209,12 @@ Figures analysis_figures(const Picture& picture, const std::string& dump_folder,
   } catch (const Failure& e) {
     throw Failure("cannot write the dump files in " + folder + " (" + e.what() + ")");
   }
-  return parse_dump_text(text);
+  Figures all = parse_dump_text(text);
+  const int mode_after = figure(all, "setup_mode", 0);
+  Figures kept;
+  for (auto& f : all)
+    if (figure_was_set(f.first, mode_after)) kept.push_back(std::move(f));
+  return kept;
 }
 
 void apply_correction(Picture& picture, AutoSetupParam& record) {
@@ -186,22 +231,22 @@ std::vector<std::uint8_t> scaled_copy(const Picture& picture, int max_width, int
       std::min({1.0, double(max_width) / picture.width, double(max_height) / picture.height});
   const int want_w = std::max(1, static_cast<int>(picture.width * scale + 0.5));
   const int want_h = std::max(1, static_cast<int>(picture.height * scale + 0.5));
-  std::vector<std::uint8_t> source(zkimgset_bitmap_bytes(picture.width, picture.height));
+  Samples source(zkimgset_bitmap_bytes(picture.width, picture.height));
   std::memcpy(source.data(), picture.rgb.data(), picture.rgb.size());
   RgbBgrConversion(source.data(), picture.width, picture.height);
   const ZKImgSetBitmapInfoHeader source_header = bitmap_header(picture.width, picture.height);
   ZKImgSetBitmapInfoHeader result_header{};
   ZKImgSetResizePlan plan{};
   zkimgset_resize_plan(picture.width, picture.height, want_w, want_h, &plan);
-  std::vector<std::uint8_t> result(zkimgset_bitmap_bytes(plan.result_width, plan.result_height));
+  Samples result(zkimgset_bitmap_bytes(plan.result_width, plan.result_height));
   const int status =
       ResizeExec(&source_header, source.data(), &result_header, result.data(), want_w, want_h);
   if (status != ZKIMGSET_OK) throw Failure("cannot scale the picture: " + status_message(status));
   width = result_header.biWidth;
   height = result_header.biHeight;
   BgrRgbConversion(result.data(), width, height);
-  result.resize(static_cast<std::size_t>(width) * height * 3);
-  return result;
+  return std::vector<std::uint8_t>(
+      result.begin(), result.begin() + static_cast<std::ptrdiff_t>(width) * height * 3);
 }
 
 int figure(const Figures& figures, const std::string& name, int fallback) {

@@ -26,6 +26,12 @@ struct Adjustments {
 // them (its colour tables did not load).
 void configure_library(const Adjustments& adjustments);
 
+// Brings the library's process-wide state back to what configure_library
+// left, after any number of pictures have been read, analysed and corrected
+// (see the list in library_session.cpp). A long-lived worker calls it before
+// each picture.
+void restore_library(const Adjustments& adjustments);
+
 // The Exif values the analysis takes: Flash 255 and no brightness when the
 // file has none or use_exif is false.
 struct ShootingValues {
@@ -45,7 +51,9 @@ std::string status_message(int status);
 AutoSetupParam analyse_picture(const Picture& picture, const ShootingValues& shot);
 
 // The analysis figures of the last analysis, in the order the library's
-// dump gives them. With dump_folder, the library's four dump files are
+// dump gives them, less those of the stages that did not run (the library
+// leaves such figures as an earlier analysis set them, so they would tell of
+// another picture). With dump_folder, the library's four dump files are
 // written there too (base name "base"), with the tool's own 128 x 92
 // thumbnail of the picture.
 using Figures = std::vector<std::pair<std::string, int>>;

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "files/picture_file.h"
 
@@ -60,21 +61,25 @@ std::string compress(const std::uint8_t* rgb, int width, int height, int subsamp
   const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(out, tjFree);
   if (failed != 0) throw Failure("cannot encode JPEG: " + codec_error(codec.h));
 
-  const std::string encoded(reinterpret_cast<const char*>(out), out_size);
+  const std::string_view encoded(reinterpret_cast<const char*>(out), out_size);
   // After SOI and the encoder's JFIF APP0, if it wrote one.
   std::size_t insert_at = 2;
   if (encoded.size() > 6 && static_cast<unsigned char>(encoded[3]) == 0xE0)
     insert_at =
         4 + (static_cast<unsigned char>(encoded[4]) << 8 | static_cast<unsigned char>(encoded[5]));
-  std::string result = encoded.substr(0, insert_at);
+  std::size_t total = encoded.size();
+  for (const std::string& segment : metadata) total += segment.size();
+  std::string result;
+  result.reserve(total);
+  result.append(encoded.substr(0, insert_at));
   for (const std::string& segment : metadata) result += segment;
-  result.append(encoded, insert_at, std::string::npos);
+  result.append(encoded.substr(insert_at));
   return result;
 }
 
 }  // namespace
 
-Picture decode_jpeg(const std::string& bytes, int max_side) {
+void decode_jpeg(const std::string& bytes, int max_side, Picture& picture) {
   Handle codec(tjInitDecompress());
   const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
   const auto size = static_cast<unsigned long>(bytes.size());
@@ -87,7 +92,6 @@ Picture decode_jpeg(const std::string& bytes, int max_side) {
     throw Failure("too large (" + std::to_string(width) + " x " + std::to_string(height) +
                   "; at most " + std::to_string(max_side) + " pixels on a side)");
 
-  Picture picture;
   picture.format = Format::Jpeg;
   picture.width = width;
   picture.height = height;
@@ -99,7 +103,6 @@ Picture decode_jpeg(const std::string& bytes, int max_side) {
                     TJFLAG_STOPONWARNING | TJFLAG_ACCURATEDCT) != 0)
     throw Failure("damaged JPEG: " + codec_error(codec.h));
   picture.metadata = metadata_segments(bytes);
-  return picture;
 }
 
 std::string encode_jpeg(const std::uint8_t* rgb, int width, int height, int quality) {

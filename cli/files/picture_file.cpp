@@ -7,13 +7,22 @@
 namespace zkcli {
 
 Picture decode_picture(const std::string& bytes, int max_side) {
+  Picture picture;
+  decode_picture(bytes, max_side, picture);
+  return picture;
+}
+
+void decode_picture(const std::string& bytes, int max_side, Picture& picture) {
+  picture.metadata.clear();
+  picture.alpha.clear();
+  picture.jpeg_subsampling = -1;
   static const unsigned char kJpeg[] = {0xFF, 0xD8, 0xFF};
   static const unsigned char kPng[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
   if (bytes.empty()) throw Failure("not a picture (empty file)");
   if (bytes.size() >= sizeof kJpeg && std::memcmp(bytes.data(), kJpeg, sizeof kJpeg) == 0)
-    return decode_jpeg(bytes, max_side);
+    return decode_jpeg(bytes, max_side, picture);
   if (bytes.size() >= sizeof kPng && std::memcmp(bytes.data(), kPng, sizeof kPng) == 0)
-    return decode_png(bytes, max_side);
+    return decode_png(bytes, max_side, picture);
   throw Failure("not a picture (neither JPEG nor PNG)");
 }
 

@@ -68,16 +68,16 @@ struct Chunk {
 
 }  // namespace
 
-Picture decode_png(const std::string& bytes, int max_side) {
+void decode_png(const std::string& bytes, int max_side, Picture& picture) {
   std::string error;
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error, on_error, on_warning);
   if (png == nullptr) throw Failure("out of memory (PNG codec)");
   png_infop info = png_create_info_struct(png);
   Reader reader{bytes};
-  Picture picture;
   picture.format = Format::Png;
+  picture.width = picture.height = 0;
   // Everything with a destructor lives out here: libpng leaves by longjmp.
-  std::vector<std::uint8_t> rows;
+  Samples rows;
   std::vector<png_bytep> row_pointers;
   if (setjmp(png_jmpbuf(png)) == 0) {
     if (info == nullptr) png_error(png, "out of memory");
@@ -93,22 +93,26 @@ Picture decode_png(const std::string& bytes, int max_side) {
       png_set_interlace_handling(png);
       png_read_update_info(png, info);
       const std::size_t row_bytes = png_get_rowbytes(png, info);
-      rows.resize(row_bytes * picture.height);
+      // Three channels are read straight into the picture.
+      Samples& target = png_get_channels(png, info) == 3 ? picture.rgb : rows;
+      target.resize(row_bytes * picture.height);
       row_pointers.resize(picture.height);
-      for (int y = 0; y < picture.height; ++y) row_pointers[y] = rows.data() + y * row_bytes;
+      for (int y = 0; y < picture.height; ++y) row_pointers[y] = target.data() + y * row_bytes;
       png_read_image(png, row_pointers.data());
       png_read_end(png, nullptr);
     }
   }
   const int channels = error.empty() && info != nullptr ? png_get_channels(png, info) : 0;
-  if (error.empty() && !rows.empty()) picture.metadata = kept_chunks(png, info);
+  const bool read = !row_pointers.empty();
+  if (error.empty() && read) picture.metadata = kept_chunks(png, info);
   png_destroy_read_struct(&png, &info, nullptr);
   if (!error.empty()) throw Failure("damaged PNG: " + error);
-  if (rows.empty())
+  if (!read)
     throw Failure("too large (" + std::to_string(picture.width) + " x " +
                   std::to_string(picture.height) + "; at most " + std::to_string(max_side) +
                   " pixels on a side)");
 
+  if (channels == 3) return;
   const std::size_t pixels = std::size_t(picture.width) * picture.height;
   picture.rgb.resize(pixels * 3);
   if (channels == 4) picture.alpha.resize(pixels);
@@ -117,7 +121,6 @@ Picture decode_png(const std::string& bytes, int max_side) {
     std::memcpy(&picture.rgb[3 * i], p, 3);
     if (channels == 4) picture.alpha[i] = p[3];
   }
-  return picture;
 }
 
 std::string encode_png_picture(const Picture& picture) {
