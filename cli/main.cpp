@@ -15,8 +15,8 @@ constexpr const char* kHelp = R"(Usage: zkimgset COMMAND [ARGS...]
 Image set-up for photographic print production.
 
 Commands:
-  autosetup IN... -o OUT|--out-dir DIR   analyse and correct pictures (JPEG, PNG)
-  analyse IN [--json] [--dump DIR]       show the analysis of one picture
+  autosetup IN... -o OUT|--out-dir DIR   analyse and correct pictures (JPEG, PNG, TIFF)
+  analyse IN... [--json] [--dump DIR]    show the analysis of pictures
   convert --op OP IN -o OUT              density and colour-balance conversions
   tables [DIR|FILE...]                   the colour tables: status and validation
 

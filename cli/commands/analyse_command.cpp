@@ -1,29 +1,36 @@
-// zkimgset analyse: the analysis of one picture, as a table or as JSON.
+// zkimgset analyse: the analysis of pictures, as tables or as JSON Lines.
+// Each picture starts from the configured library state, as in autosetup.
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
 #include "commands/commands.h"
 #include "core/command_line.h"
+#include "core/correction.h"
 #include "core/library_session.h"
 #include "core/output_plan.h"
+#include "core/picture_summary.h"
+#include "core/tool_limits.h"
 #include "files/input_file.h"
 
 namespace zkcli {
 namespace {
 
-constexpr const char* kHelp = R"(Usage: zkimgset analyse IN [--json] [--dump DIR] [options]
+constexpr const char* kHelp = R"(Usage: zkimgset analyse IN... [--json] [--dump DIR] [options]
 
-Analyses one JPEG or PNG picture and prints the correction the library
-decided (tone curve, colour-balance offsets, saturation coefficients) and
-the figures of its analysis. Nothing is written unless --dump is given.
+Analyses each picture (JPEG, PNG or TIFF; "-" for standard input) and prints
+the correction the library decided (tone curve, colour-balance offsets,
+saturation coefficients), what it would do in words, and the figures of its
+analysis (those of stages that did not run are left out). Nothing is written
+unless --dump is given.
 
-  --json              print JSON instead of a table
+  --json              one JSON object a picture, each on one line
   --dump DIR          also write the library's four dump files into DIR
 %s  --help              this text
 )";
 
 struct Options {
-  std::string input;
+  std::vector<std::string> inputs;
   bool json = false;
   std::string dump;
   Adjustments adjustments;
@@ -33,7 +40,6 @@ struct Options {
 std::optional<Options> parse(int argc, char** argv, int first) {
   Options o;
   std::string value;
-  bool have_input = false;
   for (Arguments args(argc, argv, first); !args.done();) {
     if (args.flag("--help") || args.flag("-h")) {
       std::printf(kHelp, kAdjustmentHelp);
@@ -46,30 +52,13 @@ std::optional<Options> parse(int argc, char** argv, int first) {
       o.use_exif = false;
     } else if (adjustment_option(args, o.adjustments)) {
     } else {
-      if (have_input) throw UsageError("analyse takes one picture");
-      o.input = args.positional();
-      have_input = true;
+      o.inputs.push_back(args.positional());
     }
   }
-  if (!have_input) throw UsageError("no input picture");
+  if (o.inputs.empty()) throw UsageError("no input picture");
+  if (std::count(o.inputs.begin(), o.inputs.end(), kStandardStream) > 1)
+    throw UsageError("standard input (-) can be read once");
   return o;
-}
-
-std::string json_string(const std::string& text) {
-  std::string out = "\"";
-  for (const unsigned char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-      out += escaped;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
 }
 
 template <typename T>
@@ -79,29 +68,31 @@ std::string json_array(const T* values, int count) {
   return out + "]";
 }
 
-void print_json(const Options& o, const Picture& p, const ShootingValues& shot,
-                const AutoSetupParam& r, const Figures& figures) {
-  std::printf("{\n  \"file\": %s,\n  \"width\": %d,\n  \"height\": %d,\n",
-              json_string(o.input).c_str(), p.width, p.height);
+void print_json(const Options&, const std::string& input, const Picture& p,
+                const ShootingValues& shot, const AutoSetupParam& r, const Figures& figures,
+                const PictureSummary& summary) {
+  std::printf("{\"file\":%s,\"format\":%s,\"width\":%d,\"height\":%d,", json_string(input).c_str(),
+              json_string(format_key(p.format)).c_str(), p.width, p.height);
   std::printf(
-      "  \"exif\": {\"used\": %s, \"flash\": %u, \"brightness_num\": %d, "
-      "\"brightness_den\": %d, \"camera\": %s},\n",
+      "\"exif\":{\"used\":%s,\"flash\":%u,\"brightness_num\":%d,"
+      "\"brightness_den\":%d,\"camera\":%s},",
       shot.from_file ? "true" : "false", shot.flash, shot.brightness_num, shot.brightness_den,
       json_string(shot.camera).c_str());
-  std::printf("  \"cb_ofs\": %d,\n  \"cr_ofs\": %d,\n", r.cb_ofs, r.cr_ofs);
-  std::printf("  \"tone\": %s,\n", json_array(r.tone, 256).c_str());
-  std::printf("  \"sat_coef\": %s,\n", json_array(r.sat_coef, 100).c_str());
-  std::printf("  \"figures\": {");
+  std::printf("\"summary\":%s,", summary_json(summary).c_str());
+  std::printf("\"cb_ofs\":%d,\"cr_ofs\":%d,", r.cb_ofs, r.cr_ofs);
+  std::printf("\"tone\":%s,", json_array(r.tone, 256).c_str());
+  std::printf("\"sat_coef\":%s,", json_array(r.sat_coef, 100).c_str());
+  std::printf("\"figures\":{");
   for (std::size_t i = 0; i < figures.size(); ++i)
-    std::printf("%s%s: %d", i ? ", " : "", json_string(figures[i].first).c_str(),
-                figures[i].second);
-  std::printf("}\n}\n");
+    std::printf("%s%s:%d", i ? "," : "", json_string(figures[i].first).c_str(), figures[i].second);
+  std::printf("}}\n");
 }
 
-void print_table(const Options& o, const Picture& p, const ShootingValues& shot,
-                 const AutoSetupParam& r, const Figures& figures) {
-  std::printf("%s: %d x %d %s\n", o.input.c_str(), p.width, p.height,
-              p.format == Format::Jpeg ? "JPEG" : "PNG");
+void print_table(const Options& o, const std::string& input, const Picture& p,
+                 const ShootingValues& shot, const AutoSetupParam& r, const Figures& figures,
+                 const PictureSummary& summary) {
+  std::printf("%s: %d x %d %s\n", input.c_str(), p.width, p.height, format_name(p.format));
+  std::printf("In words: %s\n", summary_text(summary).c_str());
   if (shot.from_file)
     std::printf("Exif: flash %u, brightness %d/%d%s%s\n", shot.flash, shot.brightness_num,
                 shot.brightness_den, shot.camera.empty() ? "" : ", ", shot.camera.c_str());
@@ -131,22 +122,41 @@ int run_analyse(int argc, char** argv, int first) {
   if (!parsed) return 0;
   const Options& o = *parsed;
   configure_library(o.adjustments);
-  try {
-    const Picture picture = decode_picture(read_file(o.input, kMaxPictureFileBytes), kMaxSide);
-    const ShootingValues shot = read_shooting_values(o.input, o.use_exif);
-    const AutoSetupParam record = analyse_picture(picture, shot);
-    if (!o.dump.empty()) make_folders(o.dump);
-    std::string base = base_name(o.input);
-    base = base.substr(0, base.rfind('.'));
-    const Figures figures = analysis_figures(picture, o.dump, base);
-    (o.json ? print_json : print_table)(o, picture, shot, record, figures);
-    if (!o.dump.empty())
-      std::fprintf(stderr, "Dump files: %s/%s_*\n", o.dump.c_str(), base.c_str());
-  } catch (const Failure& e) {
-    std::fprintf(stderr, "zkimgset analyse: %s: %s\n", o.input.c_str(), e.what());
-    return kExitFailed;
+  bool failed = false;
+  for (std::size_t i = 0; i < o.inputs.size(); ++i) {
+    const std::string& input = o.inputs[i];
+    if (i > 0 && !o.json) std::printf("\n");
+    try {
+      restore_library(o.adjustments);
+      const bool from_stdin = input == kStandardStream;
+      const std::string bytes = from_stdin ? read_standard_input(kMaxPictureFileBytes)
+                                           : read_file(input, kMaxPictureFileBytes);
+      Picture picture;
+      decode_picture(bytes, kMaxSide, picture);
+      const ShootingValues shot = shooting_values_of(input, bytes, o.use_exif);
+      const AutoSetupParam record = analyse_picture(picture, shot);
+      if (!o.dump.empty()) make_folders(o.dump);
+      std::string base = from_stdin ? "stdin" : base_name(input);
+      base = base.substr(0, base.rfind('.'));
+      const Figures figures = analysis_figures(picture, o.dump, base);
+      PictureSummary summary;
+      summary.input = input;
+      summary.format_in = format_key(picture.format);
+      summary.width = picture.width;
+      summary.height = picture.height;
+      summary.notes = picture.notes;
+      summarise_correction(summary, record, figures, o.adjustments);
+      (o.json ? print_json : print_table)(o, input, picture, shot, record, figures, summary);
+      std::fflush(stdout);
+      if (!o.dump.empty())
+        std::fprintf(stderr, "Dump files: %s/%s_*\n", o.dump.c_str(), base.c_str());
+    } catch (const Failure& e) {
+      std::fflush(stdout);
+      std::fprintf(stderr, "zkimgset analyse: %s: %s\n", input.c_str(), e.what());
+      failed = true;
+    }
   }
-  return 0;
+  return failed ? kExitFailed : 0;
 }
 
 }  // namespace zkcli

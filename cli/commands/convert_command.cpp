@@ -1,4 +1,6 @@
 // zkimgset convert: the density and colour-balance conversions on a file.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -15,8 +17,9 @@ namespace {
 
 constexpr const char* kHelp = R"(Usage: zkimgset convert --op OP [--shift R,G,B] IN -o OUT
 
-Runs one of the library's conversions on a JPEG or PNG picture and writes the
-result in the same format.
+Runs one of the library's conversions on a JPEG, PNG or TIFF picture ("-"
+for standard input) and writes the result in the format OUT's name asks for
+(.jpg .png .tif; "-" for standard output, in the input's format or --format's).
 
   --op den2ta         balance curves and 1-D table, then the 3-D table
   --op vorn2ta        the 3-D table alone (takes no --shift)
@@ -24,6 +27,7 @@ result in the same format.
   --op balance        balance curves alone
   --shift R,G,B       balance steps for red, green and blue, -7..7 each (default 0,0,0)
   -o OUT              the output file (never the input)
+  --format F          jpeg, png or tiff
   --quality N         JPEG quality, 1..100 (default 95)
   --help              this text
 )";
@@ -33,6 +37,7 @@ struct Options {
   int shift[3] = {0, 0, 0};
   bool shifted = false;
   int quality = 95;
+  std::optional<Format> format;
 };
 
 std::optional<Options> parse(int argc, char** argv, int first) {
@@ -49,6 +54,9 @@ std::optional<Options> parse(int argc, char** argv, int first) {
       o.shifted = true;
     } else if (args.option("-o", value) || args.option("--output", value)) {
       o.output = value;
+    } else if (args.option("--format", value)) {
+      o.format = parse_format(value);
+      if (!o.format) throw UsageError("--format: '" + value + "' is not jpeg, png or tiff");
     } else if (args.option("--quality", value)) {
       o.quality = parse_number(value, "--quality", 1, 100);
     } else {
@@ -62,6 +70,9 @@ std::optional<Options> parse(int argc, char** argv, int first) {
   if (o.op == "vorn2ta" && o.shifted) throw UsageError("vorn2ta takes no --shift");
   if (o.input.empty()) throw UsageError("no input picture");
   if (o.output.empty()) throw UsageError("say where to write: -o OUT");
+  o.format = output_format(o.output, o.format);
+  if (o.output == kStandardStream && isatty(STDOUT_FILENO))
+    throw UsageError("standard output is a terminal: redirect it to a file or a program");
   return o;
 }
 
@@ -80,18 +91,27 @@ int run_convert(int argc, char** argv, int first) {
   const std::optional<Options> parsed = parse(argc, argv, first);
   if (!parsed) return 0;
   const Options& o = *parsed;
+  std::FILE* text = o.output == kStandardStream ? stderr : stdout;
+  Picture picture;
   try {
-    if (plan_jobs({o.input}, Destination::File, o.output).front().problem.size() > 0)
+    const PlanOptions plan{Destination::File, o.output, o.format, false};
+    if (!plan_jobs({Input{o.input, ""}}, plan).front().problem.empty())
       throw Failure("the output would overwrite the input");
-    Picture picture = decode_picture(read_file(o.input, kMaxPictureFileBytes), kMaxSide);
+    const std::string bytes = o.input == kStandardStream ? read_standard_input(kMaxPictureFileBytes)
+                                                         : read_file(o.input, kMaxPictureFileBytes);
+    decode_picture(bytes, kMaxSide, picture);
     const int status = convert(o, picture);
     if (status != ZKIMGSET_OK) throw Failure("conversion failed: " + status_message(status));
-    write_atomically(o.output, encode_picture(picture, o.quality));
+    write_output(o.output,
+                 encode_picture(picture, o.format.value_or(picture.format), {o.quality, ""}));
   } catch (const Failure& e) {
     std::fprintf(stderr, "zkimgset convert: %s: %s\n", o.input.c_str(), e.what());
     return kExitFailed;
   }
-  std::printf("%s: %s -> %s\n", o.op.c_str(), o.input.c_str(), o.output.c_str());
+  std::string notes;
+  for (const std::string& note : picture.notes) notes += " [" + note + "]";
+  std::fprintf(text, "%s: %s -> %s%s\n", o.op.c_str(), o.input.c_str(), o.output.c_str(),
+               notes.c_str());
   return 0;
 }
 

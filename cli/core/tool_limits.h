@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace zkcli {
 
@@ -18,6 +19,25 @@ inline constexpr int kMaxSide = 6144;
 // file is refused before it is read.
 inline constexpr std::size_t kMaxPictureFileBytes =
     std::size_t{kMaxSide} * (std::size_t{kMaxSide} * 8 + 1) + (std::size_t{64} << 20);
+
+// A TIFF is read a strip or tile at a time: one may hold at most a whole
+// picture of the largest size at 16-bit RGBA (8 bytes a pixel), checked
+// before libtiff allocates it. No single allocation libtiff makes may be
+// larger than that and 64 MiB for its tables and buffers.
+inline constexpr std::uint64_t kMaxTiffBlockBytes = std::uint64_t{kMaxSide} * kMaxSide * 8;
+inline constexpr std::uint64_t kMaxTiffAllocation = kMaxTiffBlockBytes + (std::uint64_t{64} << 20);
+
+// The Exif and GPS directories of a TIFF are copied as bytes: a directory of
+// more entries than any camera writes, or nested deeper than the
+// Interoperability directory inside the Exif one, is not copied.
+inline constexpr std::uint32_t kMaxCopiedIfdEntries = 1000;
+inline constexpr int kMaxCopiedIfdDepth = 2;
+
+// Folders are walked at most this deep: deeper trees are made by accident
+// or on purpose, not by a camera or a lab.
+inline constexpr int kMaxFolderDepth = 64;
+
+// Standard input is read whole, as a file is, up to the picture file limit.
 
 // The library reads a colour table file whole and refuses one above 64 MiB;
 // the tool's check of table files refuses the same.

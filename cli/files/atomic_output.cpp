@@ -169,6 +169,33 @@ void write_atomically(const std::string& path, const std::string& bytes) {
   replace_regular_file(path, resolved.get(), bytes);
 }
 
+void write_output(const std::string& path, const std::string& bytes) {
+  if (path != "-") return write_atomically(path, bytes);
+  sigset_t pipe_signal, old;
+  sigemptyset(&pipe_signal);
+  sigaddset(&pipe_signal, SIGPIPE);
+  sigprocmask(SIG_BLOCK, &pipe_signal, &old);
+  const int error = write_all(STDOUT_FILENO, bytes);
+  if (error == EPIPE && !sigismember(&old, SIGPIPE)) {
+    const timespec no_wait{};
+    sigtimedwait(&pipe_signal, nullptr, &no_wait);
+  }
+  sigprocmask(SIG_SETMASK, &old, nullptr);
+  if (error != 0)
+    throw Failure(std::string("cannot write to standard output: ") + std::strerror(error));
+}
+
+void make_backup(const std::string& path, const std::string& suffix, const std::string& bytes) {
+  const std::string backup = path + suffix;
+  struct stat existing {};
+  if (lstat(backup.c_str(), &existing) == 0) return;
+  struct stat named {};
+  if (lstat(path.c_str(), &named) == 0 && !S_ISLNK(named.st_mode) &&
+      link(path.c_str(), backup.c_str()) == 0)
+    return;
+  write_atomically(backup, bytes);
+}
+
 void remove_partial_output_on_signals() {
   for (int s : {SIGINT, SIGTERM, SIGHUP}) std::signal(s, on_signal);
 }

@@ -19,6 +19,16 @@ namespace zkcli {
 // new file (0666 less the umask).
 void write_atomically(const std::string& path, const std::string& bytes);
 
+// write_atomically, or for "-" standard output, written where it is (a pipe
+// or a file the shell opened: neither is the tool's to replace).
+void write_output(const std::string& path, const std::string& bytes);
+
+// Keeps the file at path as path + suffix before it is replaced: a hard link
+// to it (a copy of bytes, its content, where a link cannot be made or path
+// is a symbolic link). An existing backup is kept: it holds the oldest
+// original. Failure with the reason.
+void make_backup(const std::string& path, const std::string& suffix, const std::string& bytes);
+
 // Installs the handlers for SIGINT, SIGTERM and SIGHUP that remove the
 // temporary file being written before the process ends by the signal.
 void remove_partial_output_on_signals();

@@ -44,6 +44,42 @@ std::string kind_of_file(mode_t mode) {
   return "a special file";
 }
 
+// Reads fd to its end; at most one byte past the limit is read, enough to
+// tell.
+static std::string read_to_end(int fd, std::size_t max_bytes, std::size_t expected) {
+  std::string bytes;
+  bytes.reserve(std::min(expected, max_bytes + 1));
+  char chunk[1 << 16];
+  for (;;) {
+    const std::size_t want = std::min(sizeof chunk, max_bytes + 1 - bytes.size());
+    const ssize_t got = read(fd, chunk, want);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw unreadable(errno);
+    if (got == 0) break;
+    bytes.append(chunk, static_cast<std::size_t>(got));
+    if (bytes.size() > max_bytes)
+      throw Failure("too large (grew past " + std::to_string(max_bytes) + " bytes while read)");
+  }
+  return bytes;
+}
+
+std::string read_standard_input(std::size_t max_bytes) {
+  struct stat in {};
+  if (fstat(STDIN_FILENO, &in) != 0) throw unreadable(errno);
+  if (isatty(STDIN_FILENO)) throw Failure("standard input is a terminal, not a picture");
+  if (!S_ISREG(in.st_mode) && !S_ISFIFO(in.st_mode) && !S_ISSOCK(in.st_mode))
+    throw Failure("standard input is " + kind_of_file(in.st_mode) + ", not a picture");
+  if (S_ISREG(in.st_mode) && static_cast<unsigned long long>(in.st_size) > max_bytes)
+    throw Failure("too large (" + std::to_string(in.st_size) + " bytes; at most " +
+                  std::to_string(max_bytes) + " bytes)");
+  try {
+    return read_to_end(STDIN_FILENO, max_bytes, S_ISREG(in.st_mode) ? in.st_size : 0);
+  } catch (const Failure& e) {
+    if (std::string(e.what()).rfind("too large", 0) != 0) throw;
+    throw Failure("too large (more than " + std::to_string(max_bytes) + " bytes)");
+  }
+}
+
 std::string read_file(const std::string& path, std::size_t max_bytes) {
   // Anything but a regular file is refused before it is opened: opening a
   // device can act on it (a tape rewinds on close, a watchdog starts).
@@ -67,22 +103,8 @@ std::string read_file(const std::string& path, std::size_t max_bytes) {
   const int flags = fcntl(fd, F_GETFL);
   if (flags < 0 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) throw unreadable(errno);
 
-  // The file may grow while it is read: at most one byte past the limit is
-  // read, enough to tell.
-  std::string bytes;
-  bytes.reserve(static_cast<std::size_t>(size));
-  char chunk[1 << 16];
-  for (;;) {
-    const std::size_t want = std::min(sizeof chunk, max_bytes + 1 - bytes.size());
-    const ssize_t got = read(fd, chunk, want);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw unreadable(errno);
-    if (got == 0) break;
-    bytes.append(chunk, static_cast<std::size_t>(got));
-    if (bytes.size() > max_bytes)
-      throw Failure("too large (grew past " + std::to_string(max_bytes) + " bytes while read)");
-  }
-  return bytes;
+  // The file may grow while it is read.
+  return read_to_end(fd, max_bytes, static_cast<std::size_t>(size));
 }
 
 }  // namespace zkcli

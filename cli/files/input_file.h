@@ -17,6 +17,12 @@ namespace zkcli {
 // (N bytes; at most M bytes)".
 std::string read_file(const std::string& path, std::size_t max_bytes);
 
+// All of standard input, at most max_bytes. A pipe, a socket or a regular
+// file is read; a terminal, a device or a folder is refused before any
+// read ("standard input is a terminal"), so /dev/zero cannot fill the memory
+// and nothing waits for typing.
+std::string read_standard_input(std::size_t max_bytes);
+
 // "a FIFO", "a character device", "a folder"... for a stat mode, as messages
 // name a file that is not a regular one.
 std::string kind_of_file(mode_t mode);

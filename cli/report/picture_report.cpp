@@ -45,14 +45,14 @@ std::vector<std::uint8_t> subject_cells(const std::vector<std::uint8_t>& rgb, in
 }  // namespace
 
 PictureReport report_before(const Picture& picture, const AutoSetupParam& record,
-                            const ShootingValues& shot) {
+                            const ShootingValues& shot, const Figures& figures) {
   PictureReport report;
   report.width = picture.width;
   report.height = picture.height;
   report.record = record;
   report.exif_used = shot.from_file;
   report.camera = shot.camera;
-  report.figures = analysis_figures(picture);
+  report.figures = figures;
   std::vector<std::uint8_t> pixels;
   report.before = thumbnail(picture, &pixels);
   report.subject_mask =

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/library_session.h"
+#include "files/picture_file.h"
 #include "report/report.h"
 
 namespace zkcli {
@@ -18,7 +19,7 @@ inline constexpr int kSubjectBand = 8;
 // The "before" half: thumbnail, figures, subject cells. Call after the
 // analysis and before the correction.
 PictureReport report_before(const Picture& picture, const AutoSetupParam& record,
-                            const ShootingValues& shot);
+                            const ShootingValues& shot, const Figures& figures);
 
 // The "after" half: the corrected picture's thumbnail.
 void report_after(PictureReport& report, const Picture& corrected);

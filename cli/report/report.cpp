@@ -143,7 +143,10 @@ std::string render_picture_section(const PictureReport& picture) {
                             : chip("Exif shooting values not used", "off");
   html += chip(seconds_text(picture.seconds));
   html += "</div><p class=\"paths\"><span>" + escape_html(picture.input) + "</span> \u2192 <span>" +
-          escape_html(picture.output) + "</span></p></header>";
+          escape_html(picture.output) + "</span></p>";
+  if (!picture.summary.empty())
+    html += "<p class=\"paths\"><b>" + escape_html(picture.summary) + "</b></p>";
+  html += "</header>";
 
   std::string outline_caption;
   std::string overlay;
@@ -189,7 +192,9 @@ std::string render_report_page(const RunSummary& summary,
   html += item("Settings", escape_html(summary.settings));
   html += item("Version", escape_html(summary.version));
   html += item("Corrected", std::to_string(summary.succeeded), "good");
+  if (summary.unchanged > 0) html += item("Unchanged", std::to_string(summary.unchanged));
   html += item("Failed", std::to_string(summary.failed), summary.failed > 0 ? "bad" : "");
+  if (summary.skipped > 0) html += item("Skipped", std::to_string(summary.skipped));
   html += item("Total time", seconds_text(summary.seconds));
   html += "</dl></header>\n<main>\n";
   if (sections.empty()) html += "<p class=\"empty\">No pictures were processed.</p>\n";

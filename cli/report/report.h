@@ -38,6 +38,7 @@ struct PictureReport {
   bool exif_used = false;  // the shooting values came from the file
   std::string camera;      // "Make Model" from the Exif data, or ""
   double seconds = 0;      // time taken for this picture
+  std::string summary;     // what the correction did, in words
 };
 
 // The settings and totals of a run, shown at the top of the page.
@@ -47,6 +48,8 @@ struct RunSummary {
   int succeeded = 0;
   int failed = 0;
   double seconds = 0;
+  int unchanged = 0;
+  int skipped = 0;
 };
 
 // One picture's section of the page.

@@ -80,7 +80,7 @@ row    fifo-table                1 "pipe.jpg: BAD: not a regular file (a FIFO)" 
        '[[ -p $s/pipe.jpg ]]'    tool tables "$s/pipe.jpg"
 row    over-limit                1 "too large ($((limit + 1)) bytes; at most $limit bytes)" \
        '[[ ! -e $s/o.jpg ]]'     tool autosetup "$s/over-limit.jpg" -o "$s/o.jpg"
-row    at-limit                  1 "at-limit.jpg: not a picture (neither JPEG nor PNG)" \
+row    at-limit                  1 "at-limit.jpg: not a picture (neither JPEG, PNG nor TIFF)" \
        '[[ ! -e $s/o.jpg ]]'     tool autosetup "$s/at-limit.jpg" -o "$s/o.jpg"
 row    fifo-in-folder            1 "folder/pipe.jpg: not a regular file (a FIFO)" \
        '[[ $(ls -A $s/out) == good.jpg ]]' tool autosetup "$s/folder" --out-dir "$s/out"
