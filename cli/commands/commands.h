@@ -9,6 +9,7 @@ int run_autosetup(int argc, char** argv, int first);
 int run_analyse(int argc, char** argv, int first);
 int run_convert(int argc, char** argv, int first);
 int run_tables(int argc, char** argv, int first);
+int run_watch(int argc, char** argv, int first);
 
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;

@@ -9,7 +9,10 @@ Progress::Progress(std::size_t total, std::FILE* out, bool terminal)
 
 void Progress::finished(const std::string& name, bool ok, const std::string& detail) {
   ++done_;
-  if (terminal_) {
+  if (total_ == 0) {  // open-ended (the hot folder): a line each
+    std::fprintf(out_, "%s: %s\n", name.c_str(),
+                 ok ? detail.c_str() : ("failed: " + detail).c_str());
+  } else if (terminal_) {
     std::fputs("\r\033[K", out_);
     if (!ok) std::fprintf(out_, "%s: %s\n", name.c_str(), detail.c_str());
     draw(name);

@@ -1,5 +1,7 @@
 // Progress of a run: a bar redrawn in place on a terminal, one plain line
-// per picture otherwise. Failures are always printed, each on its own line.
+// per picture otherwise ("[3/40] name: ..."; without the count when the
+// total is 0, for a run with no end). Failures are always printed, each on
+// its own line.
 #pragma once
 
 #include <cstdio>

@@ -15,6 +15,8 @@ constexpr SkipKind kSkipKinds[] = {
     {"in a sub-folder", "in sub-folders"},
     {"the output ", "outputs exist (--no-clobber)"},
     {"already corrected", "already corrected (use --force)"},
+    {"not a regular file", "not regular files"},
+    {"a folder", "folders"},
 };
 
 std::string notes_text(const PictureSummary& s) {

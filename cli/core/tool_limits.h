@@ -39,6 +39,11 @@ inline constexpr int kMaxFolderDepth = 64;
 
 // Standard input is read whole, as a file is, up to the picture file limit.
 
+// The hot folder's journal holds a line (a name and three numbers) for each
+// file in the watched folder, compacted at start: 64 MiB is some hundred
+// thousand files.
+inline constexpr std::size_t kMaxJournalBytes = std::size_t{64} << 20;
+
 // The library reads a colour table file whole and refuses one above 64 MiB;
 // the tool's check of table files refuses the same.
 inline constexpr std::size_t kMaxTableFileBytes = std::size_t{64} << 20;
