@@ -8,6 +8,8 @@
 #include <cctype>
 #include <cstring>
 
+#include "files/tiff_directory.h"
+
 namespace zkcli {
 namespace {
 
@@ -50,13 +52,10 @@ Metadata for_target(const Picture& picture, Format target, const std::string& ma
     m.xmp = in.xmp;
     for (const std::string& what : in.format_only)
       notes.push_back(what + " not carried into " + format_name(target));
-    if (picture.format == Format::Tiff && (in.tiff.exif || !in.tiff.texts.empty()))
-      notes.push_back(std::string("TIFF Exif tags not carried into ") + format_name(target));
-    if (target == Format::Tiff && !in.exif.empty()) {
-      notes.push_back(std::string("Exif not carried from ") + format_name(picture.format) +
-                      " into TIFF");
-      m.exif.clear();
-    }
+    // Exif crosses between the TIFF structure of JPEG and PNG and a TIFF's
+    // own tags.
+    if (picture.format == Format::Tiff) m.exif = exif_block_of(in.tiff);
+    if (target == Format::Tiff && !in.exif.empty()) tiff_settings_from_exif(in.exif, m.tiff);
     if (target == Format::Jpeg) m.jpeg_segments = jpeg_segments_from(m);
     if (target == Format::Png) m.png_chunks_before = png_chunks_from(m);
   }

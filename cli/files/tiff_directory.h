@@ -31,4 +31,14 @@ std::shared_ptr<RawIfd> read_raw_ifd(std::string_view file, std::uint64_t offset
 void append_raw_ifd(std::string& file, ByteOrder order, std::uint32_t pointer_tag,
                     const RawIfd& ifd);
 
+// The Exif block (a TIFF structure, as JPEG's APP1 and PNG's eXIf hold it)
+// of a TIFF's tags: its descriptive texts and Orientation in the first
+// directory, and its Exif and GPS directories. "" when it has none of them.
+std::string exif_block_of(const TiffSettings& tiff);
+
+// The other way: the texts, Orientation, Exif and GPS directories of an Exif
+// block into tiff, whose byte order becomes the block's (the copied values
+// keep theirs). Nothing changes when the block cannot be read.
+void tiff_settings_from_exif(std::string_view block, TiffSettings& tiff);
+
 }  // namespace zkcli

@@ -411,6 +411,18 @@ TEST_F(Tool, MetadataKeptByteForByte) {
   EXPECT_EQ(after.meta.tiff.texts, before.meta.tiff.texts);
   EXPECT_EQ(after.meta.tiff.compression, before.meta.tiff.compression);
   EXPECT_EQ(after.meta.tiff.x_resolution, before.meta.tiff.x_resolution);
+  // The library still finds the shooting values in the copied directory.
+  EXPECT_NE(run_tool("analyse " + path("out.tif")).output.find("NIKON CORPORATION NIKON D1X"),
+            std::string::npos);
+
+  // Across formats: Exif from a JPEG into a TIFF's tags and back.
+  ASSERT_EQ(run_tool("autosetup " + path("in.jpg") + " -o " + path("x.tif")).status, 0);
+  const Picture tiff_out = decode_picture(slurp(path("x.tif")), kMaxSide);
+  EXPECT_EQ(tiff_out.meta.tiff.texts,
+            (std::vector<std::pair<std::uint32_t, std::string>>{{271, "Test"}}));
+  ASSERT_EQ(run_tool("autosetup " + path("x.tif") + " -o " + path("x.jpg")).status, 0);
+  EXPECT_NE(decode_picture(slurp(path("x.jpg")), kMaxSide).meta.exif.find("Test"),
+            std::string::npos);
 }
 
 // TIFF layouts a lab meets, made by ImageMagick: each is read (16 bits
