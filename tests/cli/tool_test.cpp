@@ -507,27 +507,36 @@ TEST_F(Tool, FoldersAccountForEveryFile) {
 // (unless --force); --backup keeps the first original; --no-clobber leaves
 // existing outputs alone.
 TEST_F(Tool, RunningTwiceDoesNotCorrectTwice) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  const std::string original = slurp(in);
-  ToolRun run = run_tool("autosetup --in-place --backup " + in);
-  ASSERT_EQ(run.status, 0) << run.output;
-  const std::string once = slurp(in);
-  EXPECT_NE(once, original);
-  EXPECT_EQ(slurp(in + "~"), original);
-  EXPECT_EQ(correction_mark(decode_picture(once, kMaxSide)), "zkimgset " ZKIMGSET_CLI_VERSION);
-  run = run_tool("autosetup --in-place --backup " + in);
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("already corrected (marked by zkimgset"), std::string::npos)
-      << run.output;
-  EXPECT_EQ(slurp(in), once);
-  run = run_tool("autosetup --in-place --backup --force " + in);
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(slurp(in), once);
-  EXPECT_EQ(slurp(in + "~"), original);
+  // The mark lives in XMP (JPEG, TIFF) or a text chunk (PNG).
+  for (const Format format : {Format::Jpeg, Format::Png, Format::Tiff}) {
+    const std::string in = path(std::string("in") + format_extension(format));
+    Picture p = test_picture(320, 240, format);
+    spit(in, encode_picture(p, format, {90, ""}));
+    const std::string original = slurp(in);
+    ToolRun run = run_tool("autosetup --in-place --backup " + in);
+    ASSERT_EQ(run.status, 0) << run.output;
+    const std::string once = slurp(in);
+    EXPECT_TRUE(once != original) << in;
+    EXPECT_TRUE(slurp(in + "~") == original) << in;
+    EXPECT_EQ(correction_mark(decode_picture(once, kMaxSide)), "zkimgset " ZKIMGSET_CLI_VERSION)
+        << in;
+    run = run_tool("autosetup --in-place --backup " + in);
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("already corrected (marked by zkimgset"), std::string::npos)
+        << run.output;
+    EXPECT_TRUE(slurp(in) == once) << in;
+    run = run_tool("autosetup --in-place --backup --force " + in);
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("Corrected 1 of 1"), std::string::npos) << run.output;
+    EXPECT_EQ(correction_mark(decode_picture(slurp(in), kMaxSide)),
+              "zkimgset " ZKIMGSET_CLI_VERSION)
+        << in;
+    EXPECT_TRUE(slurp(in + "~") == original) << in;
+  }
 
   const std::string other = write_jpeg("other.jpg", 320, 240, 5);
   spit(path("taken.jpg"), "keep me");
-  run = run_tool("autosetup " + other + " -o " + path("taken.jpg") + " --no-clobber");
+  const ToolRun run = run_tool("autosetup " + other + " -o " + path("taken.jpg") + " --no-clobber");
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_NE(run.output.find("1 skipped: 1 outputs exist (--no-clobber)"), std::string::npos)
       << run.output;
