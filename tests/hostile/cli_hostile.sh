@@ -20,7 +20,8 @@ ln -s target.jpg "$s/link.jpg" && ln -s missing.jpg "$s/dangling.jpg" &&
   ln -s real.jpg "$s/in-place-link.jpg" || exit 1
 # TIFF headers that claim more than they hold: a 100000 x 100000 picture, and
 # a 100 x 100 one in 65536 x 65536 tiles. A hot folder with a FIFO in it.
-mkdir -p "$s/hot" "$s/hot-out" && mkfifo "$s/hot/pipe.jpg" || exit 1
+mkdir -p "$s/hot" "$s/hot-out" "$s/fifo-journal" && mkfifo "$s/hot/pipe.jpg" || exit 1
+mkfifo "$s/fifo-journal/.zkimgset-watch.journal" || exit 1
 # tiff NAME ENTRIES...: a little-endian TIFF whose first directory holds
 # the entries "tag type value" (each a count of 1).
 tiff() {
@@ -136,6 +137,9 @@ row_if $tiffs tiff-giant-tiles   1 "tiles.tif: TIFF layout not supported (a stri
 row    fifo-in-hot-folder        0 "pipe.jpg: skipped: not a regular file (a FIFO)" \
        '[[ -p $s/hot/pipe.jpg && -z $(ls $s/hot-out) ]]' \
        timeout --preserve-status -s TERM 2 "$tool_path" watch "$s/hot" --out-dir "$s/hot-out" --settle 0.2
+row    fifo-as-watch-journal     1 "not a regular file (a FIFO)" \
+       '[[ -p $s/fifo-journal/.zkimgset-watch.journal ]]' \
+       tool watch "$s/hot" --out-dir "$s/fifo-journal"
 
 # No temporary file is left behind by any row.
 left=$(find "$s" -name '.*.??????')
