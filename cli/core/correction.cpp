@@ -15,6 +15,8 @@
 namespace zkcli {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 std::string g_standard_input;
 
 // GetExifParamEx reads a file by its name: standard input goes to a private
@@ -48,7 +50,8 @@ class TemporaryCopy {
   std::string path_;
 };
 
-void correct(const Job& job, const RunSettings& settings, JobResult& result) {
+void correct(const Job& job, const RunSettings& settings, Clock::time_point start,
+             JobResult& result) {
   PictureSummary& summary = result.summary;
   if (!job.skip.empty()) {
     summary.outcome = Outcome::Skipped;
@@ -106,6 +109,7 @@ void correct(const Job& job, const RunSettings& settings, JobResult& result) {
     report->input = job.input;
     report->output = summary.output;
     report->summary = summary_text(summary);
+    report->seconds = std::chrono::duration<double>(Clock::now() - start).count();
     result.report_section = render_picture_section(*report);
   }
 }
@@ -132,11 +136,11 @@ std::string settings_text(const RunSettings& s) {
 }
 
 JobResult correct_job(const Job& job, const RunSettings& settings) {
-  const auto start = std::chrono::steady_clock::now();
+  const auto start = Clock::now();
   JobResult result;
   result.summary.input = job.input;
   try {
-    correct(job, settings, result);
+    correct(job, settings, start, result);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& e) {
@@ -144,8 +148,7 @@ JobResult correct_job(const Job& job, const RunSettings& settings) {
     result.summary.reason = e.what();
     result.summary.output.clear();
   }
-  result.summary.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  result.summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
   if (settings.report && result.report_section.empty())
     result.report_section = render_failure_section(
         job.input, std::string(outcome_key(result.summary.outcome)) + ": " + result.summary.reason);
