@@ -147,7 +147,7 @@ std::string correction_mark(const Picture& picture);
 // A plain JPEG of packed R, G, B rows (the report's thumbnails).
 std::string encode_jpeg(const std::uint8_t* rgb, int width, int height, int quality);
 
-// Format-specific halves of the above: the pixels of picture, the metadata
+// The halves of the above for each format: the pixels of picture, the metadata
 // of meta (already in the target's form).
 void decode_jpeg(std::string_view bytes, int max_side, Picture& picture);
 std::string encode_jpeg_picture(const Picture& picture, const Metadata& meta, int quality);
