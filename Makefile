@@ -26,15 +26,20 @@ MAKEFLAGS += --no-print-directory
 
 # What the build and the tests need: the command-line tool reads and writes
 # pictures with libjpeg-turbo, libpng and libtiff, and its report is checked
-# in headless Chromium.
+# in headless Chromium. The Python package is a pybind11 extension for
+# Debian's own Python (/usr/bin/python3) and NumPy; its tests decode pictures
+# with Pillow and run a Dask cluster of worker processes.
 DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
-                libturbojpeg0-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
-TEST_PACKAGES := chromium imagemagick
+                libturbojpeg0-dev libjpeg62-turbo-dev libpng-dev libtiff-dev \
+                python3 python3-dev pybind11-dev python3-numpy
+PYTHON_PACKAGES := python3-pil python3-dask python3-distributed
+TEST_PACKAGES := chromium imagemagick python3-pytest $(PYTHON_PACKAGES)
 # What the benchmarks need besides: Google Benchmark and the peers they are
 # measured against (lcms2 for the conversions, libvips for resizing, ExifTool
 # for the Exif reader; ExifTool also regenerates the Exif tests' golden
 # values, tests/exif/make_golden.pl).
-BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl imagemagick
+BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl imagemagick \
+                  $(PYTHON_PACKAGES)
 # The Windows builds: Debian's mingw-w64 compilers, GoogleTest's sources to
 # cross-compile, wine64 to run the 64-bit programs and llvm-undname to read
 # the decorated export names. (wine32 cannot be installed here, so the 32-bit
