@@ -1,0 +1,91 @@
+"""Scale-out: a real LocalCluster of 2 worker processes on loopback corrects
+40 camera pictures into the tool's bytes and JSON Lines, also when a worker
+is killed mid-run."""
+
+import functools
+import os
+import shutil
+import signal
+
+import pytest
+
+import zkimgset
+import zkimgset.dask as zkdask
+from conftest import BATCH_SIZE, files_of, json_lines, run_python, run_tool
+
+pytest.importorskip("distributed")
+
+
+@pytest.fixture(scope="module")
+def client():
+    with zkdask.cluster_client(workers=2) as c:
+        yield c
+
+
+def lines_of(results, folder):
+    """The results' JSON Lines as the tool prints them from folder."""
+    text = "".join(r.json + "\n" for r in results).replace(str(folder) + "/", "")
+    return json_lines(text)
+
+
+def test_batch_on_two_workers_is_the_tools(batch, client, tmp_path):
+    broken = tmp_path / "broken.jpg"
+    broken.write_bytes((batch.inputs / batch.names[0]).read_bytes()[:600])
+    results = zkdask.autosetup([batch.inputs, broken], batch.folder / "out", client)
+    try:
+        assert [r.input for r in results] == \
+            [str(batch.inputs / n) for n in sorted(batch.names)] + [str(broken)]
+        assert lines_of(results[:-1], batch.folder) == \
+            {f: r for f, r in batch.tool_lines.items() if f != "run"}
+        assert files_of(batch.folder / "out") == files_of(batch.tool_out)
+        _, tool_out = run_tool("autosetup", "--json", broken, "--out-dir", "x", cwd=tmp_path)
+        assert (results[-1].status, results[-1].reason) == \
+            ("failed", json_lines(tool_out)[str(broken)]["reason"])
+    finally:
+        shutil.rmtree(batch.folder / "out", ignore_errors=True)
+
+
+def test_a_worker_killed_mid_run_leaves_nothing_torn(batch, client):
+    out = batch.folder / "out"
+    jobs, _ = zkdask.plan_folder_run([batch.inputs], out)
+    # What a worker killed while writing the last picture would have left.
+    leftover = out / ("." + os.path.basename(jobs[-1].output) + ".Zk19ab")
+    leftover.write_bytes(b"half a picture")
+    settings = zkimgset.settings()
+    pids = client.run(os.getpid)
+    results, killed = {}, None
+    try:
+        for i, result in zkdask.run_jobs(client, jobs, settings):
+            results.setdefault(i, []).append(result)
+            if killed is None and len(results) == 3:
+                killed = next(w for w, keys in client.processing().items() if keys)
+                os.kill(pids[killed], signal.SIGKILL)
+        assert killed is not None
+        assert sorted(results) == list(range(BATCH_SIZE))
+        assert all(len(r) == 1 for r in results.values())
+        assert lines_of([r[0] for r in results.values()], batch.folder) == \
+            {f: r for f, r in batch.tool_lines.items() if f != "run"}
+        assert files_of(out) == files_of(batch.tool_out)
+    finally:
+        shutil.rmtree(out, ignore_errors=True)
+        client.wait_for_workers(2, timeout=60)
+
+
+def test_a_task_whose_workers_keep_dying_fails_instead_of_running_forever(client):
+    future = client.submit(functools.partial(os._exit, 3), pure=False)
+    error = future.exception(timeout=120)
+    assert type(error).__name__ == "KilledWorker"
+    client.wait_for_workers(2, timeout=60)
+
+
+def test_batch_command_prints_the_tools_json_lines(batch):
+    status, out = run_python("batch", "--json", "--workers", "2", "in", "--out-dir", "out",
+                             cwd=batch.folder)
+    try:
+        assert status == 0
+        lines = json_lines(out)
+        assert lines == batch.tool_lines
+        assert lines["run"]["corrected"] + lines["run"]["unchanged"] == BATCH_SIZE
+        assert files_of(batch.folder / "out") == files_of(batch.tool_out)
+    finally:
+        shutil.rmtree(batch.folder / "out", ignore_errors=True)
