@@ -118,6 +118,7 @@ bench: bench-deps
 	cmake --build build-bench -j $(JOBS)
 	for b in build-bench/bin/zkimgset_bench_*; do $$b; done
 	bench/cli_autosetup.sh build-bench/bin/zkimgset
+	/usr/bin/python3 bench/dask_batch.py build-bench
 
 windows: windows-deps
 	cmake -S . -B $(WIN32_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake \

@@ -87,9 +87,10 @@ def cluster_client(client=None, scheduler=None, workers=None):
             yield c
         return
     with dask.config.set({"distributed.scheduler.allowed-failures": ALLOWED_FAILURES}):
+        # The scheduler's web server always listens: on a free loopback port.
         cluster = LocalCluster(n_workers=workers or os.cpu_count() or 1, threads_per_worker=1,
-                               processes=True, host="127.0.0.1", dashboard_address=None,
-                               silence_logs=logging.ERROR)
+                               processes=True, host="127.0.0.1",
+                               dashboard_address="127.0.0.1:0", silence_logs=logging.ERROR)
     with cluster, Client(cluster) as c:
         yield c
 
