@@ -60,6 +60,7 @@ __all__ = [
     "save_array",
     "set_color_conv_mode",
     "set_exif",
+    "settings",
     "status_text",
     "vorn2ta",
 ]
