@@ -75,7 +75,10 @@ std::string json_string(const std::string& text) {
 template <typename T>
 std::string json_array(const T* values, int count) {
   std::string out = "[";
-  for (int i = 0; i < count; ++i) out += (i ? "," : "") + std::to_string(values[i]);
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) out += ',';
+    out += std::to_string(values[i]);
+  }
   return out + "]";
 }
 
