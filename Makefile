@@ -34,12 +34,13 @@ DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
                 libturbojpeg0-dev libpng-dev
 TEST_PACKAGES := chromium imagemagick
 # What the benchmarks need besides: Google Benchmark and the peers they are
-# measured against (lcms2 for the conversions, libvips for resizing, ExifTool
-# and exiv2 for the Exif reader; ExifTool also regenerates the Exif tests'
-# golden values, tests/exif/make_golden.pl), and lscpu for the machine's name
-# in bench/RESULTS.md.
-BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl libexiv2-dev \
-                  imagemagick util-linux
+# measured against (lcms2 for the conversions, libvips for resizing, with its
+# command line to check that the benchmark's libvips pipeline is as fast as
+# `vips resize`; ExifTool and exiv2 for the Exif reader, ExifTool also
+# regenerating the Exif tests' golden values, tests/exif/make_golden.pl), and
+# lscpu for the machine's name in bench/RESULTS.md.
+BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libvips-tools libimage-exiftool-perl \
+                  libexiv2-dev imagemagick util-linux
 # The Windows builds: Debian's mingw-w64 compilers, GoogleTest's sources to
 # cross-compile, wine64 to run the 64-bit programs and llvm-undname to read
 # the decorated export names. (wine32 cannot be installed here, so the 32-bit
@@ -118,8 +119,7 @@ bench-build: bench-deps
 	cmake --build build-bench -j $(JOBS)
 
 bench: bench-build
-	for b in build-bench/bin/zkimgset_bench_*; do $$b; done
-	bench/cli_autosetup.sh build-bench/bin/zkimgset
+	bench/run_all.sh build-bench
 
 windows: windows-deps
 	cmake -S . -B $(WIN32_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake \
