@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "colour/interpolate_run.h"
+#include "colour/run_table.h"
 
 namespace zkimgset::setup {
 
@@ -71,10 +72,16 @@ int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
   const colour::RunOptions options{layout == autosetup::Layout::BitmapBgr,
                                    state.ColorConvMode == 0 || state.ColorConvMode == 2};
   const colour::Interpolator interpolate(state.ColorTable3dMain);
+  std::int64_t pixels_in_area = 0;
+  if (__builtin_mul_overflow(walk.w, walk.h, &pixels_in_area))
+    pixels_in_area = std::numeric_limits<std::int64_t>::max();
+  const auto work =
+      walk.step == 3 ? colour::run_table_for(state.ColorTable3dMain, pixels_in_area) : nullptr;
   std::uint8_t* p = pixels + walk.start;
   for (std::int64_t y = 0; y < walk.h; ++y, p += walk.row_skip) {
     if (walk.step == 3) {
-      colour::interpolate_run(interpolate, p, static_cast<std::size_t>(walk.w), options);
+      colour::interpolate_run(interpolate, work.get(), p, static_cast<std::size_t>(walk.w),
+                              options);
       p += 3 * walk.w;
       continue;
     }
