@@ -28,10 +28,10 @@ CMAKE_ARGS ?=
 MAKEFLAGS += --no-print-directory
 
 # What the build and the tests need: the command-line tool reads and writes
-# pictures with libjpeg-turbo and libpng, and its report is checked in
-# headless Chromium.
+# pictures with libjpeg-turbo, libpng and libtiff, and its report is checked
+# in headless Chromium.
 DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
-                libturbojpeg0-dev libpng-dev
+                libturbojpeg0-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
 TEST_PACKAGES := chromium imagemagick
 # What the benchmarks need besides: Google Benchmark and the peers they are
 # measured against (lcms2 for the conversions, libvips for resizing, with its

@@ -17,13 +17,24 @@
 # The two corrections are not the same algorithm, so the ratio compares the
 # cost of a comparable job, not of identical output.
 #
+# Then a batch as a print lab runs it: 40 real camera JPEGs (the ten largest
+# of tests/data/exif/real/ that decode without a warning, four copies each, 2 to 8 megapixels, Exif kept)
+# corrected by `autosetup --jobs 2 --out-dir`, RUNS times, printed as
+# megapixels a second (median and best). With BASELINE=TOOL2 the same batch
+# is run by TOOL2 in turns with TOOL, their outputs are compared byte for
+# byte (or, when the two write different metadata, pixel for pixel), and the
+# ratio of throughputs is printed:
+#
+#   batch ratio ours/baseline: X.XX   (median over median; above 1.00 is faster)
+#
 # Usage: bench/cli_autosetup.sh [TOOL] [RUNS]
 #   TOOL  the zkimgset binary; default build-bench/bin/zkimgset if it exists,
 #         else build/bin/zkimgset (both under the repository root); "" for
 #         the default
 #   RUNS  timed runs of each command, default 5
 # Environment: PHOTO=FILE.jpg picks the source photograph (default: the first
-# of examples/photos/*.jpg by name).
+# of examples/photos/*.jpg by name); BASELINE=TOOL2 compares the batch with
+# another build of the tool; BATCH_ONLY=1 skips the ImageMagick comparison.
 # Needs ImageMagick (Debian package imagemagick: `make bench-deps`); without
 # it the script says "skipped" and exits 0.
 
@@ -155,6 +166,83 @@ time_run() {
   echo $((end - start))
 }
 
+# ---- The batch ----------------------------------------------------------------
+
+batch_dir=$tmp/batch
+mkdir -p "$batch_dir/in"
+# The largest that decode without a libjpeg warning, so that a build that
+# fails a damaged picture and one that corrects it do the same work.
+batch_sources=()
+while IFS= read -r src; do
+  "$identify" -regard-warnings "$src" >/dev/null 2>&1 && batch_sources+=("$src")
+  ((${#batch_sources[@]} < 10)) || break
+done < <(find "$root/tests/data/exif/real" -type f -iname '*.jpg' -printf '%s %p\n' |
+  sort -rn | sed 's/^[0-9]* //')
+((${#batch_sources[@]} == 10)) || die "fewer than ten JPEGs in tests/data/exif/real/"
+batch_pixels=0
+for ((copy = 0; copy < 4; copy++)); do
+  for src in "${batch_sources[@]}"; do
+    cp "$src" "$batch_dir/in/$copy-$(basename "$src")"
+    read -r w h < <("$identify" -ping -format '%w %h\n' "$src" | sed -n 1p)
+    batch_pixels=$((batch_pixels + w * h))
+  done
+done
+
+# run_batch TOOL OUT: one timed batch; prints its nanoseconds.
+run_batch() {
+  local tool=$1 out=$2 start end
+  rm -rf "$out"
+  start=$(date +%s%N)
+  "$tool" autosetup --jobs 2 "$batch_dir/in" --out-dir "$out" >"$tmp/batch.log" 2>&1 ||
+    { cat "$tmp/batch.log" >&2; die "$tool failed on the batch"; }
+  end=$(date +%s%N)
+  echo $((end - start))
+}
+# "median best" throughput in megapixels a second from nanosecond times.
+stats_mps() {
+  printf '%s\n' "$@" | sort -n | awk -v px="$batch_pixels" '
+    { t[NR] = $1 }
+    END {
+      m = NR % 2 ? t[(NR + 1) / 2] : (t[NR / 2] + t[NR / 2 + 1]) / 2
+      printf "%.1f %.1f\n", px / m * 1e3, px / t[1] * 1e3
+    }'
+}
+batch() {
+  echo "batch:   40 camera JPEGs, $((batch_pixels / 1000000)) megapixels, autosetup --jobs 2"
+  run_batch "$tool" "$batch_dir/ours" >/dev/null
+  [[ -n ${BASELINE:-} ]] && run_batch "$BASELINE" "$batch_dir/base" >/dev/null
+  local b_ours=() b_base=()
+  for ((i = 0; i < runs; i++)); do
+    b_ours+=("$(run_batch "$tool" "$batch_dir/ours")")
+    [[ -n ${BASELINE:-} ]] && b_base+=("$(run_batch "$BASELINE" "$batch_dir/base")")
+  done
+  local ours_mps ours_best base_mps base_best
+  read -r ours_mps ours_best < <(stats_mps "${b_ours[@]}")
+  printf '%-34s %10s %10s\n' 'batch' 'median MP/s' 'best MP/s'
+  printf '%-34s %10s %10s\n' 'ours' "$ours_mps" "$ours_best"
+  if [[ -n ${BASELINE:-} ]]; then
+    read -r base_mps base_best < <(stats_mps "${b_base[@]}")
+    printf '%-34s %10s %10s\n' 'baseline' "$base_mps" "$base_best"
+    if diff -r "$batch_dir/ours" "$batch_dir/base" >/dev/null; then
+      echo "outputs: identical bytes"
+    else
+      # A build that writes other metadata (segments added or left out)
+      # must still write the same pictures.
+      local f
+      for f in "$batch_dir/ours"/*; do
+        [[ $("$identify" -format '%#' "$f") == $("$identify" -format '%#' "$batch_dir/base/${f##*/}") ]] ||
+          die "the baseline wrote different pixels in ${f##*/}"
+      done
+      echo "outputs: identical pixels (the files differ in their metadata)"
+    fi
+    awk -v o="$ours_mps" -v b="$base_mps" 'BEGIN { printf "batch ratio ours/baseline: %.2f\n", o / b }'
+  fi
+}
+if [[ -n ${BATCH_ONLY:-} ]]; then
+  batch
+  exit 0
+fi
+
 time_run zkimgset run_ours "$out_ours" >/dev/null
 time_run ImageMagick run_im "$out_im" >/dev/null
 ours=()
@@ -180,3 +268,5 @@ printf '%-34s %10s %10s\n' command 'median ms' 'min ms'
 printf '%-34s %10s %10s\n' 'zkimgset autosetup --jobs 1' "$ours_median" "$ours_min"
 printf '%-34s %10s %10s\n' 'convert -auto-level -auto-gamma' "$im_median" "$im_min"
 awk -v o="$ours_median" -v t="$im_median" 'BEGIN { printf "ratio ours/imagemagick: %.2f\n", o / t }'
+echo
+batch

@@ -4,9 +4,9 @@
 #include <exception>
 #include <string>
 
-#include "command_line.h"
-#include "commands.h"
-#include "picture_file.h"
+#include "commands/commands.h"
+#include "core/command_line.h"
+#include "files/picture_file.h"
 
 namespace {
 
@@ -15,10 +15,11 @@ constexpr const char* kHelp = R"(Usage: zkimgset COMMAND [ARGS...]
 Image set-up for photographic print production.
 
 Commands:
-  autosetup IN... -o OUT|--out-dir DIR   analyse and correct pictures (JPEG, PNG)
-  analyse IN [--json] [--dump DIR]       show the analysis of one picture
+  autosetup IN... -o OUT|--out-dir DIR   analyse and correct pictures (JPEG, PNG, TIFF)
+  analyse IN... [--json] [--dump DIR]    show the analysis of pictures
   convert --op OP IN -o OUT              density and colour-balance conversions
   tables [DIR|FILE...]                   the colour tables: status and validation
+  watch IN --out-dir DIR                 a hot folder: correct pictures as they arrive
 
 Run 'zkimgset COMMAND --help' for a command's options; 'zkimgset --version'.
 )";
@@ -28,11 +29,10 @@ struct Command {
   int (*run)(int, char**, int);
 };
 
-constexpr Command kCommands[] = {{"autosetup", zkcli::run_autosetup},
-                                 {"analyse", zkcli::run_analyse},
-                                 {"analyze", zkcli::run_analyse},
-                                 {"convert", zkcli::run_convert},
-                                 {"tables", zkcli::run_tables}};
+constexpr Command kCommands[] = {
+    {"autosetup", zkcli::run_autosetup}, {"analyse", zkcli::run_analyse},
+    {"analyze", zkcli::run_analyse},     {"convert", zkcli::run_convert},
+    {"tables", zkcli::run_tables},       {"watch", zkcli::run_watch}};
 
 }  // namespace
 

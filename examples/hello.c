@@ -1,7 +1,8 @@
 /* The smallest host: load the library, check that its colour tables beside
    it load, and set the colour conversion mode. Build it with
      cc hello.c $(pkg-config --cflags --libs zkimgset)
-   and run it with the library on the loader's search path. */
+   and run it as it is: pkg-config's flags record the library's folder in
+   the program (its RPATH), so no LD_LIBRARY_PATH is needed. */
 #include <stdio.h>
 #include <zkimgset/zkimgset.h>
 

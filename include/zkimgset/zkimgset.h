@@ -281,7 +281,7 @@ ZKIMGSET_API int ZKIMGSET_CALL Load_1D_LUT(char* record, unsigned char* red, uns
 
 /* Loads the 1-D table from a file in the library's folder (name appended
    to the folder). Returns 0, ZKIMGSET_TABLE1D_FAILED (null name, missing
-   or malformed file), or ZKIMGSET_OUT_OF_MEMORY. The 1-D status that the
+   or malformed file, or not a regular file), or ZKIMGSET_OUT_OF_MEMORY. The 1-D status that the
    conversions check is set at start-up only. */
 ZKIMGSET_API int ZKIMGSET_CALL Set1dFile(const char* name);
 
@@ -300,13 +300,17 @@ ZKIMGSET_API int ZKIMGSET_CALL Load3dpFile(const char* name);
    tables to a picture in place. mode 0: packed R, G, B rows (width x 3
    bytes); mode 2: bitmap rows B, G, R padded to 4 bytes; mode 1: data is a
    ZKImgSetPlanarYCbCr. Converts the area (inclusive) of a picture whose row
-   length is the bounds' width; the area must lie inside the bounds and the
-   bounds inside width x height. In colour conversion modes 0 and 2 pure
-   white stays white and no other pixel reaches 255 in every channel.
-   Returns 0; ZKIMGSET_BAD_ARGUMENT (null pointer, bad mode or rectangles);
-   ZKIMGSET_BAD_SIZE unless one side is at least 128 and the other at least
-   92, both at most 6144; ZKIMGSET_BAD_PLANAR; ZKIMGSET_OUT_OF_MEMORY when
-   start-up failed. The record stays loaded for later calls. No lock. */
+   length in pixels is the bounds' width (the bounds may carry the buffer's
+   stride; only their width is used); the buffer must hold every row the
+   area touches. Mode 1 converts the bounds' size of the planes. In colour
+   conversion modes 0 and 2 pure white stays white and no other pixel
+   reaches 255 in every channel. Returns 0 (an empty area converts
+   nothing); ZKIMGSET_BAD_ARGUMENT (null pointer or rectangle, bad mode, or
+   an area that would reach before data or past the end of the address
+   space); ZKIMGSET_BAD_SIZE unless one side is at least 128 and the other
+   at least 92, both at most 6144; ZKIMGSET_BAD_PLANAR; ZKIMGSET_OUT_OF_MEMORY
+   when start-up could not allocate the set-up table. The record stays
+   loaded for later calls. No lock. */
 ZKIMGSET_API int ZKIMGSET_CALL ImageDataConvertEx(void* data, int width, int height, int mode,
                                                   void* record, tagRECT* area, tagRECT* bounds);
 
@@ -327,8 +331,9 @@ extern "C" {
 
 /* Loads the 3-D table from a file in the library's folder, or, with a null
    name, from the first file there named ZK3D*.DAT. Returns 0 (and the 3-D
-   status becomes 0), ZKIMGSET_TABLE3D_FAILED (no file, unreadable, bad
-   header, too few records, a malformed record), or ZKIMGSET_OUT_OF_MEMORY.
+   status becomes 0), ZKIMGSET_TABLE3D_FAILED (no file, unreadable or not a
+   regular file, bad header, too few records, a malformed record), or
+   ZKIMGSET_OUT_OF_MEMORY.
    A file that fails after its header leaves the table cleared and partly
    filled while the status keeps its earlier value. Locks. */
 ZKIMGSET_API int ZKIMGSET_CALL Set3dFile(const char* name);
@@ -411,7 +416,9 @@ ZKIMGSET_API int ZKIMGSET_CALL ColorBalanceAdj_BGR(unsigned char* pixels, int wi
 
 /* A bottom-up bitmap (B, G, R rows padded to 4 bytes) to top-down packed
    R, G, B rows, in place. Row lengths are 16-bit quantities: widths above
-   21845 wrap. Reports nothing (returns 0). No lock. */
+   21845 wrap, and go through a picture-sized temporary: without memory
+   for it the picture is left as it is. Reports nothing (returns 0). No
+   lock. */
 ZKIMGSET_API int ZKIMGSET_CALL BgrRgbConversion(unsigned char* pixels, int width, int height);
 /* The reverse; the buffer must hold the padded bitmap size. Returns 0. */
 ZKIMGSET_API int ZKIMGSET_CALL RgbBgrConversion(unsigned char* pixels, int width, int height);
@@ -529,14 +536,16 @@ static inline int zkimgset_resize_plan(int32_t source_width, int32_t source_heig
   t = (long long)top;
   r = (long long)(left + (W - 2 * (double)left));
   b = (long long)(top + (H - 2 * (double)top));
-  /* Rounding can reach a little past the source; a cut stays within int. */
-  cw = r - l < 1 ? 1 : r - l > 2147483647 ? 2147483647 : r - l;
+  /* Rounding can reach a little past the source; a cut stays within int.
+     A cut less than a pixel wide is 0 (every output then takes the cut's
+     first pixel); a cut less than a row high is taken as one row. */
+  cw = r - l < 0 ? 0 : r - l > 2147483647 ? 2147483647 : r - l;
   ch = b - t < 1 ? 1 : b - t > 2147483647 ? 2147483647 : b - t;
   plan->cut_left = (int32_t)l;
   plan->cut_top = (int32_t)t;
   plan->cut_width = (int32_t)cw;
   plan->cut_height = (int32_t)ch;
-  k = (float)((double)new_width / (double)cw);
+  k = cw == 0 ? 1.0f : (float)((double)new_width / (double)cw); /* no cut: enlarge */
   plan->kernel = k >= 1.0f ? 1 : k >= 0.5f ? 2 : k >= 1.0f / 3.0f ? 3 : 4;
   plan->result_width = new_width;
   plan->result_height = new_height;
@@ -575,7 +584,8 @@ ZKIMGSET_API int ZKIMGSET_CALL SetColorConvMode(unsigned short mode);
    Returns 0, ZKIMGSET_SOURCE_MARK (success, and automatic correction is off
    for the next set-up), ZKIMGSET_BAD_ARGUMENT (null path or out, or a path
    with no NUL within 260 bytes), ZKIMGSET_OUT_OF_MEMORY, ZKIMGSET_FILE_ERROR
-   (the file cannot be opened, or its Exif block cannot be rebuilt), or
+   (the file cannot be opened or is not a regular file, or its Exif block
+   cannot be rebuilt), or
    ZKIMGSET_NO_EXIF. out holds the file's values after 0 and 1 (and after a
    7 or 20 from the second stage), the defaults (all zero, Flash 255) when
    the file has no readable Exif data, and is untouched when the file cannot

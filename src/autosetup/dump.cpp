@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/file_open.h"
+
 namespace zkimgset::autosetup {
 namespace {
 
@@ -17,7 +19,7 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File open(const char* folder, const char* base, const char* suffix, const char* mode) {
   const std::string path = std::string(folder) + base + suffix;
-  return File(std::fopen(path.c_str(), mode));
+  return File(platform::open_for_writing(path.c_str(), mode));
 }
 
 void write_text(std::FILE* f, const tagRECT& rect, const AnalysisState& s,

@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "colour/conversions.h"
 #include "colour/swap_run.h"
@@ -23,7 +24,7 @@ struct Rows {
 };
 
 Rows rows_of(int width) {
-  const auto packed = static_cast<std::uint16_t>(width * 3);
+  const auto packed = static_cast<std::uint16_t>(static_cast<unsigned>(width) * 3u);
   const auto pad = static_cast<std::uint16_t>((4 - packed % 4) % 4);
   return {packed, static_cast<std::uint16_t>(packed + pad)};
 }
@@ -32,25 +33,24 @@ void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels
   swap_run(dst, src, pixels);
 }
 
+// Swaps rows in place, with no scratch that could fail to be had.
 void reverse_rows(std::uint8_t* pixels, std::size_t row, int height) {
-  std::vector<std::uint8_t> scratch(row);
   for (int top = 0, bottom = height - 1; top < bottom; ++top, --bottom) {
     std::uint8_t* a = pixels + row * std::size_t(top);
-    std::uint8_t* b = pixels + row * std::size_t(bottom);
-    std::memcpy(scratch.data(), a, row);
-    std::memcpy(a, b, row);
-    std::memcpy(b, scratch.data(), row);
+    std::swap_ranges(a, a + row, pixels + row * std::size_t(bottom));
   }
 }
 
-// The format's own way, through a picture-sized temporary.
+// The format's own way, through a picture-sized temporary. When there is no
+// memory for it the picture is left as it is (the exports report nothing).
 void reorder_through_temporary(std::uint8_t* pixels, int height, Rows from, Rows to,
                                std::size_t copied, std::size_t written) {
-  std::vector<std::uint8_t> out(written);
+  const std::unique_ptr<std::uint8_t[]> out(new (std::nothrow) std::uint8_t[written]());
+  if (!out) return;
   for (int y = 0; y < height; ++y)
-    copy_swapped(out.data() + std::size_t(to.padded) * std::size_t(y),
+    copy_swapped(out.get() + std::size_t(to.padded) * std::size_t(y),
                  pixels + std::size_t(from.padded) * std::size_t(height - 1 - y), from.packed / 3);
-  std::memcpy(pixels, out.data(), copied);
+  std::memcpy(pixels, out.get(), copied);
 }
 
 }  // namespace

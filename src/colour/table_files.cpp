@@ -13,6 +13,7 @@
 #include "colour/table_limits.h"
 #include "colour/table_records.h"
 #include "platform/directory_search.h"
+#include "platform/file_open.h"
 #include "platform/paths.h"
 
 namespace zkimgset::colour {
@@ -23,7 +24,9 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-File open_for_reading(const std::string& path) { return File(std::fopen(path.c_str(), "rb")); }
+File open_for_reading(const std::string& path) {
+  return File(platform::open_for_reading(path.c_str(), "rb"));
+}
 
 // Walks a table text record by record.
 class RecordReader {
@@ -66,7 +69,6 @@ std::optional<std::vector<char>> read_table_text(const std::string& path) {
   char chunk[1 << 16];
   for (;;) {
     const std::size_t got = std::fread(chunk, 1, sizeof chunk, file.get());
-    if (text.size() + got > kMaxTableFileBytes) return std::nullopt;
     text.insert(text.end(), chunk, chunk + got);
     if (got < sizeof chunk) break;
   }

@@ -40,8 +40,8 @@ int parse_1d_text(std::vector<char>& text, std::uint8_t* table);
 // 0, -1 (cannot open, seek or read it whole), or 3.
 int load_3dp_file(LibraryState& state, const char* name);
 
-// The whole file, or nullopt when it cannot be opened or read or is larger
-// than kMaxTableFileBytes.
+// The whole file, or nullopt when it cannot be opened or read. Memory
+// running out throws std::bad_alloc, which the exports report as 3.
 std::optional<std::vector<char>> read_table_text(const std::string& path);
 
 }  // namespace zkimgset::colour

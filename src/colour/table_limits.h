@@ -25,11 +25,6 @@ inline constexpr std::size_t kTable3dNodeBytes = 3 * 32 * 32 * 32;
 inline constexpr int kLevels = 256;
 inline constexpr std::size_t kTable1dBytes = 3 * kLevels;
 
-// A table text is read whole; no valid file comes near this (a 3-D file of
-// 35938 maximal records is under 10 MB), so anything larger is refused
-// rather than read into memory.
-inline constexpr std::size_t kMaxTableFileBytes = 64u << 20;
-
 // The binary table file: a 32-bit offset N at byte 16, and at N + 8 the
 // data, read as 107811 items of four bytes; the table keeps the first
 // 107811 bytes of them.

@@ -188,7 +188,6 @@ void scan_segments(ExifFileStream& in, ExifDocument& document) {
   as_code(code::kBadFirstMarker, [&] { marker = read_marker_word(in); });
   enforce(marker >= kMarkerFloor, code::kBadFirstMarker);
   while (marker != kMarkerEoi) {
-    enforce(document.segments.size() < kMaxJpegSegments, code::kBadSegment);
     std::vector<std::uint8_t> body;
     as_code(code::kBadSegment, [&] {
       const std::uint16_t length = read_marker_word(in);
@@ -198,7 +197,11 @@ void scan_segments(ExifFileStream& in, ExifDocument& document) {
       // stored like any other.
       if (!body.empty()) in.read(body.data(), 1, body.size());
     });
-    document.segments.emplace(marker, std::move(body));
+    // Every segment is read and checked; past the limit only the first
+    // Exif candidate is still kept, as it is all a reading needs.
+    if (document.segments.size() < kMaxJpegSegments ||
+        (marker == kMarkerApp1 && document.segments.count(kMarkerApp1) == 0))
+      document.segments.emplace(marker, std::move(body));
     if (marker == kMarkerSos) return;
     as_code(code::kNoMarkerAfterSegment, [&] { marker = read_marker_word(in); });
   }

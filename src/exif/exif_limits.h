@@ -37,7 +37,8 @@ inline constexpr std::size_t kMaxDocumentValueBytes = 64u << 20;
 
 // JPEG segments kept by the document reader before the start of scan.
 // Real files have a few dozen; each kept segment costs memory beyond its
-// body, so a file of millions of empty segments is refused.
+// body, so past this many a file's segments are read and checked but no
+// longer kept (the first Exif candidate aside).
 inline constexpr std::size_t kMaxJpegSegments = 4096;
 
 // JPEG markers and the Exif application segment.

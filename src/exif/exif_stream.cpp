@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 
+#include "platform/file_open.h"
+
 namespace zkimgset::exif {
 
 ExifFileStream::~ExifFileStream() {
@@ -17,7 +19,8 @@ ExifFileStream::~ExifFileStream() {
 void ExifFileStream::open(const char* path, const char* mode) {
   enforce(path != nullptr && mode != nullptr, code::kMissingArgument);
   if (is_open()) close();
-  file_ = std::fopen(path, mode);
+  file_ = mode[0] == 'r' ? platform::open_for_reading(path, mode)
+                         : platform::open_for_writing(path, mode);
   enforce(file_ != nullptr, code::kOpenFailed);
 }
 
@@ -38,6 +41,7 @@ void ExifFileStream::open_memory(std::span<std::uint8_t> block) {
 
 void ExifFileStream::close() {
   memory_open_ = false;
+  start_ = 0;
   in_ = nullptr;
   out_ = nullptr;
   if (file_ == nullptr) return;
@@ -85,8 +89,15 @@ void ExifFileStream::write(const void* buffer, std::size_t size, std::size_t cou
   position_ += bytes;
 }
 
+void ExifFileStream::set_start(std::int64_t start) {
+  enforce(start >= 0, code::kSeekFailed);
+  start_ = start;
+}
+
 void ExifFileStream::seek(std::int64_t offset, int origin) {
   enforce(is_open(), code::kSeekFailed);
+  if (origin == SEEK_SET)
+    enforce(!__builtin_add_overflow(offset, start_, &offset), code::kSeekFailed);
   if (file_ != nullptr) {
     enforce(fseeko(file_, static_cast<off_t>(offset), origin) == 0, code::kSeekFailed);
     return;
@@ -104,15 +115,15 @@ void ExifFileStream::seek(std::int64_t offset, int origin) {
 
 std::int64_t ExifFileStream::tell() {
   enforce(is_open(), code::kSeekFailed);
-  if (file_ == nullptr) return static_cast<std::int64_t>(position_);
+  if (file_ == nullptr) return static_cast<std::int64_t>(position_) - start_;
   const off_t at = ftello(file_);
   enforce(at >= 0, code::kSeekFailed);
-  return at;
+  return at - start_;
 }
 
 std::int64_t ExifFileStream::size() {
   enforce(is_open(), code::kSeekFailed);
-  if (file_ == nullptr) return static_cast<std::int64_t>(length_);
+  if (file_ == nullptr) return static_cast<std::int64_t>(length_) - start_;
   const std::int64_t at = tell();
   seek(0, SEEK_END);
   const std::int64_t end = tell();

@@ -36,6 +36,10 @@ class ExifFileStream {
   std::int64_t tell();
   // The length of the file or block; the position is kept.
   std::int64_t size();
+  // Makes a structure inside the stream its own: positions (seek from the
+  // start, tell, size) count from this byte of the file or block. A TIFF
+  // structure in a JPEG file starts after its segment's name.
+  void set_start(std::int64_t start);
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
  private:
@@ -45,6 +49,7 @@ class ExifFileStream {
   std::uint8_t* out_ = nullptr;
   std::uint64_t length_ = 0;
   std::uint64_t position_ = 0;
+  std::int64_t start_ = 0;
 };
 
 }  // namespace zkimgset::exif

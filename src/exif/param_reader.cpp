@@ -86,8 +86,7 @@ bool ParamReader::open(const char* path) {
 void ParamReader::open(std::span<const std::uint8_t> file_bytes) { file_.open_memory(file_bytes); }
 
 void ParamReader::reset() {
-  segment_.clear();
-  block_.close();
+  file_.set_start(0);
   tiff_ = nullptr;
   ifd0_.clear();
   exif_.clear();
@@ -121,7 +120,7 @@ Code ParamReader::identify_jpeg() {
   try {
     file_.seek(0, SEEK_SET);
     if (read_be16(file_) != kMarkerSoi) return pc::kJpegIdentifyFailed;
-    bool found = false;
+    std::optional<std::int64_t> tiff_start;
     try {
       for (;;) {
         const std::uint8_t marker = next_marker(file_);
@@ -129,25 +128,24 @@ Code ParamReader::identify_jpeg() {
         if (stands_alone(marker)) continue;
         const std::int64_t start = file_.tell();
         const std::uint16_t length = read_be16(file_);
-        if (marker == (kMarkerApp1 & 0xFF) && !found && length >= kMinExifSegmentLength) {
+        if (marker == (kMarkerApp1 & 0xFF) && !tiff_start && length >= kMinExifSegmentLength) {
           std::uint8_t name[kExifNameBytes];
           file_.read(name, 1, sizeof name);
-          if (std::memcmp(name, kExifName, sizeof name) == 0) {
-            segment_.resize(length - 2u - kExifNameBytes);
-            file_.read(segment_.data(), 1, segment_.size());
-            found = true;
-          }
+          if (std::memcmp(name, kExifName, sizeof name) == 0)
+            tiff_start = start + 2 + std::int64_t{kExifNameBytes};
         }
         file_.seek(start + length, SEEK_SET);
       }
     } catch (const ExifError&) {
       // A broken marker structure after the Exif segment ends the scan: the
       // segment is all this reader needs.
-      if (!found) return pc::kJpegIdentifyFailed;
+      if (!tiff_start) return pc::kJpegIdentifyFailed;
     }
-    if (!found) return pc::kJpegIdentifyFailed;
-    block_.open_memory(std::span<const std::uint8_t>(segment_));
-    return read_structure(block_);
+    if (!tiff_start) return pc::kJpegIdentifyFailed;
+    // The structure is read from the file, its offsets counted from its
+    // start: a value may lie past the segment, as long as it is in the file.
+    file_.set_start(*tiff_start);
+    return read_structure(file_);
   } catch (const ExifError&) {
     return pc::kJpegIdentifyFailed;
   }
@@ -155,6 +153,7 @@ Code ParamReader::identify_jpeg() {
 
 Code ParamReader::identify_tiff() {
   try {
+    file_.set_start(0);
     return read_structure(file_);
   } catch (const ExifError&) {
     return pc::kTiffIdentifyFailed;
@@ -203,9 +202,8 @@ Code ParamReader::read_structure(ExifFileStream& tiff) {
   if (decode_u16(header + 2, order_) != kTiffMagic) return pc::kNo0thIfd;
   const auto next = read_ifd(decode_u32(header + 4, order_), ifd0_);
   if (!next) return pc::kNo0thIfd;
-  const RawEntry* pointer = first_entry(ifd0_, tag::kExifIfdPointer);
-  if (pointer == nullptr || pointer->type != tiff_type::kLong) return pc::kNoExifIfd;
-  if (!read_ifd(decode_u32(pointer->raw.data(), order_), exif_)) return pc::kNoExifIfd;
+  const auto pointer = first_integer(ifd0_, tag::kExifIfdPointer);
+  if (!pointer || !read_ifd(*pointer, exif_)) return pc::kNoExifIfd;
   if (*next != 0) has_ifd1_ = read_ifd(*next, ifd1_).has_value();
   return code::kOk;
 }
@@ -227,8 +225,7 @@ std::optional<std::uint32_t> single_long(const RawEntry* entry, ByteOrder order)
 }  // namespace
 
 Code ParamReader::check_main_image() {
-  const auto photometric =
-      single_short(first_entry(ifd0_, tag::kPhotometricInterpretation), order_);
+  const auto photometric = first_integer(ifd0_, tag::kPhotometricInterpretation);
   if (!photometric) return pc::kBadImageStructure;
   if (*photometric == kPhotometricRgb) {
     const RawEntry* planar = first_entry(ifd0_, tag::kPlanarConfiguration);
@@ -285,6 +282,27 @@ Code ParamReader::check_thumbnail() {
     return code::kOk;
   }
   return pc::kBadImageStructure;
+}
+
+std::optional<std::uint32_t> ParamReader::first_integer(const RawIfd& ifd, std::uint16_t tag) {
+  const RawEntry* entry = first_entry(ifd, tag);
+  if (entry == nullptr) return std::nullopt;
+  const std::size_t unit = entry->type == tiff_type::kByte    ? 1
+                           : entry->type == tiff_type::kShort ? 2
+                           : entry->type == tiff_type::kLong  ? 4
+                                                              : 0;
+  std::uint8_t value[4] = {};
+  try {
+    if (unit == 0 || !copy_value(ifd, tag, entry->type, std::span(value, unit)))
+      return std::nullopt;
+  } catch (const ExifError&) {
+    return std::nullopt;
+  }
+  if (unit == 1) return value[0];
+  std::uint16_t short_value = 0;
+  std::uint32_t long_value = 0;
+  std::memcpy(unit == 2 ? static_cast<void*>(&short_value) : &long_value, value, unit);
+  return unit == 2 ? short_value : long_value;
 }
 
 Code ParamReader::read_exif_version(std::span<std::uint8_t> buffer) const {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -61,12 +62,14 @@ class ParamReader {
   Code read_structure(ExifFileStream& tiff);
   Code check_main_image();
   Code check_thumbnail();
+  // The first value of an unsigned integer tag (BYTE, SHORT or LONG, from
+  // the entry or its offset), read as a number; nothing for other types or
+  // a value past the structure.
+  std::optional<std::uint32_t> first_integer(const RawIfd& ifd, std::uint16_t tag);
   void reset();
 
-  ExifFileStream file_;
-  std::vector<std::uint8_t> segment_;  // the Exif segment after its name
-  ExifFileStream block_;               // reads segment_
-  ExifFileStream* tiff_ = nullptr;     // the TIFF structure: block_ or file_
+  ExifFileStream file_;  // from the TIFF structure's start once identified
+  ExifFileStream* tiff_ = nullptr;
   ByteOrder order_ = ByteOrder::Little;
   std::uint64_t tiff_size_ = 0;
   RawIfd ifd0_, exif_, ifd1_;

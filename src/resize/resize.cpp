@@ -48,7 +48,7 @@ int resize_into(const std::uint8_t* source, int src_width, int src_height,
   const KernelJob job{
       plan, new_width,
       SourceCut{source, bitmap_stride(src_width), src_height, plan.cut_top, left,
-                std::min(plan.cut_width, src_width - left) - 1},
+                std::max(std::min(plan.cut_width, src_width - left) - 1, 0)},
       cut_height,
       Rows{result, plan.result_width, plan.result_height, bitmap_stride(plan.result_width), true}};
   bool done = false;

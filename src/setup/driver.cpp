@@ -7,6 +7,7 @@
 #include "setup/driver.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -84,7 +85,6 @@ std::unique_ptr<autosetup::AnalysisState> driver_colour_inputs(
 }
 
 int run(LibraryState& library, const autosetup::AnalysisState& analysis, const DriverPicture& in) {
-  const tagRECT full{0, 0, in.width - 1, in.height - 1};
   const std::string folder = platform::parameter_folder();
   if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
     return ZKIMGSET_BAD_ARGUMENT;
@@ -92,8 +92,10 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
     return ZKIMGSET_BAD_SIZE;
   const double ratio = double(in.width) / in.height;
   if (ratio > kMaxRatio || ratio < kMinRatio) return ZKIMGSET_BAD_ASPECT;
+  if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
   if (library.ExifSetupEnabled == 0) library.setup_mode &= ZKIMGSET_SETUP_SATURATION_KEEP;
   library.service_setup_ran = 0;
+  const tagRECT full{0, 0, in.width - 1, in.height - 1};
 
   const bool bitmap = in.layout == 1;
   const autosetup::Picture picture{
@@ -162,11 +164,14 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
     library.service_setup_ran = 1;
   }
 
+  // Everything that can run out of memory comes before the write-back, so
+  // a failure leaves the caller's picture as it was.
+  const auto inputs = driver_colour_inputs(library, analysis);
   if (!whole)
     for (int y = 0; y < ch; ++y)
       std::memcpy(source_row(y), &copy[content_row * std::size_t(y)], 3 * std::size_t(cw));
   colour::reset_colour_math(library);
-  colour::build_setup_table(library, *driver_colour_inputs(library, analysis));
+  colour::build_setup_table(library, *inputs);
   return pixel_pass(library, in.pixels, in.bits_per_pixel,
                     bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb, content,
                     full);
@@ -190,7 +195,10 @@ void store_adjustments(LibraryState& library, const int (&v)[9]) noexcept {
   a.BalanceStep3 = clamp16(v[8], -7, 7);
 }
 
-int bitmap_row_bytes(int width) noexcept { return (3 * width + 3) / 4 * 4; }
+int bitmap_row_bytes(int width) noexcept {
+  // Only handed on; a width the driver will refuse must not overflow here.
+  return static_cast<int>(std::min<std::uint64_t>(zkimgset_bitmap_row_bytes(width), INT_MAX));
+}
 
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,
                const DriverPicture& picture) noexcept {

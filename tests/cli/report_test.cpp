@@ -1,6 +1,6 @@
 // The HTML report: escaping, inline images, the charts' geometry and the
 // subject outline.
-#include "report.h"
+#include "report/report.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "base64.h"
-#include "report_plots.h"
-#include "svg_plot.h"
+#include "report/base64.h"
+#include "report/report_plots.h"
+#include "report/svg_plot.h"
 
 namespace zkcli {
 namespace {

@@ -92,6 +92,15 @@ Bytes with_empty_segments(const TiffLayout& layout) {
       {segment(0xFFFE, {}), segment(0xFFE1, app1_body(build_tiff(layout))), segment(0xFFEF, {})});
 }
 
+// Thousands of comments before the Exif segment: read past, never refused.
+Bytes after_many_comments(const TiffLayout& layout) {
+  Bytes comments;
+  for (int i = 0; i < 5000; ++i) comments.insert(comments.end(), {0xFF, 0xFE, 0x00, 0x02});
+  Bytes file = exif_jpeg(layout);
+  file.insert(file.begin() + 2, comments.begin(), comments.end());
+  return file;
+}
+
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   TiffLayout big_thumbnail = camera();
   big_thumbnail.ifd1 = {longs(0x0201, {0}), longs(0x0202, {65536})};
@@ -133,6 +142,8 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
       {"TIFF, black is zero", build_tiff(grey_tiff), ZKIMGSET_NO_EXIF, Out::Defaults, 1},
       {"RGB TIFF", build_tiff(rgb_tiff), ZKIMGSET_OK, Out::Values, 1},
       {"scene type 3", exif_jpeg(marked), ZKIMGSET_SOURCE_MARK, Out::Values, 0},
+      {"5000 comments before the Exif segment", after_many_comments(camera()), ZKIMGSET_OK,
+       Out::Values, 1},
       {"scene type 3 between empty segments", with_empty_segments(marked), ZKIMGSET_SOURCE_MARK,
        Out::Values, 0},
       {"MM scene type 3",
@@ -162,6 +173,25 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
         break;
     }
   }
+}
+
+// The parameter stage reads the Exif structure from the file, its offsets
+// counted from the structure's start, so a value may lie past the Exif
+// segment (here in a comment segment after it).
+TEST_F(GetExifParam, ReadsValuesPastTheExifSegmentFromTheFile) {
+  TiffLayout layout = camera();
+  std::erase_if(layout.exif, [](const TestEntry& e) { return e.tag == 0xA404; });
+  layout.exif.push_back(raw_entry(0xA404, 5, 1, 0));
+  const std::size_t tiff_bytes = build_tiff(layout).size();
+  layout.exif.back() = raw_entry(0xA404, 5, 1, static_cast<std::uint32_t>(tiff_bytes + 4));
+  const Bytes zoom = {0, 0, 0, 7, 0, 0, 0, 2};  // 7/2, big-endian as the comment holds it
+  layout.order = Order::Big;
+  const Bytes file =
+      build_jpeg({segment(0xFFE1, app1_body(build_tiff(layout))), segment(0xFFFE, zoom)});
+  ExifParamEx out = filled_with(0xEE);
+  EXPECT_EQ(get(file, out), ZKIMGSET_OK);
+  EXPECT_EQ(out.param.DigitalZoomRatio_num, 7u);
+  EXPECT_EQ(out.param.DigitalZoomRatio_den, 2u);
 }
 
 #if defined(_WIN32)

@@ -79,7 +79,8 @@ TEST(ParamReader, ChecksTheMainImageStructureOfTiffFiles) {
        1202,
        MainKind::Unknown},
       {"black is zero", {shorts(0x0106, {1})}, 1202, MainKind::Unknown},
-      {"photometric as LONG", {longs(0x0106, {2})}, 1202, MainKind::Unknown},
+      {"photometric as LONG", {longs(0x0106, {2})}, code::kOk, MainKind::InterleavedRgb},
+      {"photometric as RATIONAL", {rational(0x0106, 2, 1)}, 1202, MainKind::Unknown},
       {"no photometric", {}, 1202, MainKind::Unknown},
   };
   for (const auto& c : cases) {

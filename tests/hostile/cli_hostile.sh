@@ -8,7 +8,7 @@ set -u
 tool_path=$1 s=$2
 photo=$(cd "$(dirname "$0")/../../examples/photos" && pwd)/dark-party.jpg
 # The largest input the tool reads: an uncompressed 6144 x 6144 16-bit RGBA
-# PNG and 64 MiB of room (cli/tool_limits.h).
+# PNG and 64 MiB of room (cli/core/tool_limits.h).
 limit=369104896
 
 rm -rf "$s" && mkdir -p "$s/folder" "$s/out" || exit 1
@@ -18,6 +18,27 @@ truncate -s $((limit + 1)) "$s/over-limit.jpg" && truncate -s $limit "$s/at-limi
 echo "not a picture yet" >"$s/target.jpg"
 ln -s target.jpg "$s/link.jpg" && ln -s missing.jpg "$s/dangling.jpg" &&
   ln -s real.jpg "$s/in-place-link.jpg" || exit 1
+# TIFF headers that claim more than they hold: a 100000 x 100000 picture, and
+# a 100 x 100 one in 65536 x 65536 tiles. A hot folder with a FIFO in it.
+mkdir -p "$s/hot" "$s/hot-out" "$s/fifo-journal" && mkfifo "$s/hot/pipe.jpg" || exit 1
+mkfifo "$s/fifo-journal/.zkimgset-watch.journal" || exit 1
+# tiff NAME ENTRIES...: a little-endian TIFF whose first directory holds
+# the entries "tag type value" (each a count of 1).
+tiff() {
+  python3 - "$@" <<'PY'
+import struct, sys
+name, entries = sys.argv[1], [tuple(map(int, e.split())) for e in sys.argv[2:]]
+ifd = struct.pack('<H', len(entries))
+for tag, kind, value in sorted(entries):
+    ifd += struct.pack('<HHI', tag, kind, 1) + (struct.pack('<HH', value, 0) if kind == 3 else struct.pack('<I', value))
+open(name, 'wb').write(b'II*\0' + struct.pack('<I', 8) + ifd + b'\0' * 4 + b'\0' * 64)
+PY
+}
+tiffs=0
+tiff "$s/huge.tif" "256 4 100000" "257 4 100000" "258 3 8" "259 3 1" "262 3 2" "277 3 3" \
+  "273 4 200" "278 4 100000" "279 4 64" 2>/dev/null &&
+  tiff "$s/tiles.tif" "256 4 100" "257 4 100" "258 3 8" "259 3 1" "262 3 2" "277 3 3" \
+    "322 4 65536" "323 4 65536" "324 4 200" "325 4 64" 2>/dev/null && tiffs=1
 # Device nodes need root, a socket needs Python: without them, their rows are
 # skipped.
 devices=0 sockets=0
@@ -25,7 +46,7 @@ mknod "$s/folder/null.jpg" c 1 3 2>/dev/null && mknod "$s/block.jpg" b 7 0 2>/de
 python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' \
   "$s/socket.jpg" 2>/dev/null && sockets=1
 
-tool() { timeout --kill-after=2 10 "$tool_path" "$@"; }
+tool() { timeout --kill-after=2 30 "$tool_path" "$@"; }
 
 # with_reader FIFO OUT ARGS...: the tool writing into FIFO while cat copies
 # it to OUT. Nothing tells when cat waits in its open, so the tool is tried
@@ -33,7 +54,7 @@ tool() { timeout --kill-after=2 10 "$tool_path" "$@"; }
 with_reader() {
   local fifo=$1 out=$2 text status tries=0
   shift 2
-  timeout 10 cat "$fifo" >"$out" &
+  timeout 30 cat "$fifo" >"$out" &
   local reader=$!
   while :; do
     text=$(tool "$@" 2>&1)
@@ -80,7 +101,7 @@ row    fifo-table                1 "pipe.jpg: BAD: not a regular file (a FIFO)" 
        '[[ -p $s/pipe.jpg ]]'    tool tables "$s/pipe.jpg"
 row    over-limit                1 "too large ($((limit + 1)) bytes; at most $limit bytes)" \
        '[[ ! -e $s/o.jpg ]]'     tool autosetup "$s/over-limit.jpg" -o "$s/o.jpg"
-row    at-limit                  1 "at-limit.jpg: not a picture (neither JPEG nor PNG)" \
+row    at-limit                  1 "at-limit.jpg: not a picture (neither JPEG, PNG nor TIFF)" \
        '[[ ! -e $s/o.jpg ]]'     tool autosetup "$s/at-limit.jpg" -o "$s/o.jpg"
 row    fifo-in-folder            1 "folder/pipe.jpg: not a regular file (a FIFO)" \
        '[[ $(ls -A $s/out) == good.jpg ]]' tool autosetup "$s/folder" --out-dir "$s/out"
@@ -105,6 +126,20 @@ row_if $sockets socket-output    1 "socket.jpg: not a regular file (a socket)" \
        '[[ -S $s/socket.jpg ]]'  tool autosetup "$photo" -o "$s/socket.jpg"
 row_if $devices block-device-output 1 "block.jpg: not a regular file (a block device)" \
        '[[ -b $s/block.jpg ]]'   tool autosetup "$photo" -o "$s/block.jpg"
+row    stdin-zero                1 "standard input is a character device" \
+       '[[ ! -e $s/o.jpg ]]'     sh -c '"$0" autosetup - -o "$1" < /dev/zero' "$tool_path" "$s/o.jpg"
+row    stdin-endless             1 "too large (more than $limit bytes)" \
+       '[[ ! -e $s/o.jpg ]]'     sh -c 'head -c $(($2 + 4096)) /dev/zero | "$0" analyse -' "$tool_path" "$s/o.jpg" $limit
+row_if $tiffs tiff-100000-square 1 "huge.tif: too large (100000 x 100000; at most 6144 pixels on a side)" \
+       '[[ ! -e $s/o.tif ]]'     tool autosetup "$s/huge.tif" -o "$s/o.tif"
+row_if $tiffs tiff-giant-tiles   1 "tiles.tif: TIFF layout not supported (a strip or tile of" \
+       '[[ ! -e $s/o.tif ]]'     tool autosetup "$s/tiles.tif" -o "$s/o.tif"
+row    fifo-in-hot-folder        0 "pipe.jpg: skipped: not a regular file (a FIFO)" \
+       '[[ -p $s/hot/pipe.jpg && -z $(ls $s/hot-out) ]]' \
+       timeout --preserve-status -s TERM 2 "$tool_path" watch "$s/hot" --out-dir "$s/hot-out" --settle 0.2
+row    fifo-as-watch-journal     1 "not a regular file (a FIFO)" \
+       '[[ -p $s/fifo-journal/.zkimgset-watch.journal ]]' \
+       tool watch "$s/hot" --out-dir "$s/fifo-journal"
 
 # No temporary file is left behind by any row.
 left=$(find "$s" -name '.*.??????')

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, then builds the example C
 # program against the installed copy twice, through pkg-config and through
-# find_package, and runs both: the installed library must find the default
-# tables installed beside it.
+# find_package, and runs both and the installed tool with no LD_LIBRARY_PATH:
+# each finds the library through its RPATH, and the library finds the
+# default tables installed beside it.
 # usage: install_test.sh BUILD_DIR SOURCE_DIR C_COMPILER
 set -euo pipefail
 build=$1 source=$2 cc=$3
@@ -21,11 +22,19 @@ test -f "$libdir/cmake/ZKImgSet/ZKImgSetConfig.cmake"
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 "$cc" -std=c11 -Wall -Wextra -Werror "$source/examples/hello.c" \
   $(pkg-config --cflags --libs zkimgset) -o "$work/hello-pc"
-LD_LIBRARY_PATH=$libdir "$work/hello-pc"
+unset LD_LIBRARY_PATH
+"$work/hello-pc"
+
+# The installed tool, moved with its prefix: its RPATH is relative.
+mv "$prefix" "$work/moved"
+prefix=$work/moved
+"$prefix/bin/zkimgset" --version
+"$prefix/bin/zkimgset" tables | grep -q "ZK3DDATA.DAT: library status 0"
+"$prefix/bin/zkimgset" autosetup "$source/examples/photos/dark-party.jpg" -q -o "$work/out.tif"
 
 # find_package
 cmake -S "$source/tests/install/consumer" -B "$work/consumer" -DCMAKE_C_COMPILER="$cc" \
   -DCMAKE_PREFIX_PATH="$prefix" -DEXAMPLE_SOURCE="$source/examples/hello.c" > "$work/configure.log"
 cmake --build "$work/consumer" > "$work/build.log"
 "$work/consumer/hello"
-echo "installed copy: header, library, tables, pkg-config and CMake package all work"
+echo "installed copy: header, library, tables, tool, pkg-config and CMake package all work"

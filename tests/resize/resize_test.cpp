@@ -136,6 +136,17 @@ TEST(Resize, ResultSizeIsTheOneTheCutGives) {
   }
 }
 
+// A strip asked to fill a far wider shape leaves a cut less than a pixel
+// wide: every output then takes the cut's first pixel.
+TEST(Resize, ACutNarrowerThanAPixelRepeatsItsFirstPixel) {
+  const testing::TestPicture p = testing::noise_picture(1, 10, 3);
+  const ZKImgSetResizePlan plan = plan_of(1, 10, 1, 20);
+  EXPECT_EQ(plan.cut_width, 0);
+  EXPECT_EQ(plan.kernel, 1);
+  const Resized out = resize(p, 1, 20);
+  for (int y = 0; y < 20; ++y) EXPECT_EQ(out.pixel(0, y)[0], p.pixel(0, plan.cut_top)[0]) << y;
+}
+
 // The sanitizer build turns this into a bounds check of every kernel.
 TEST(Resize, SweepOfSizesStaysInsideThePlannedBuffers) {
   const int sizes[] = {1, 2, 3, 5, 16, 47, 128, 333};

@@ -88,6 +88,8 @@ TEST_F(Driver, ChecksArgumentsSizeAndAspect) {
   EXPECT_EQ(run(pixels, 64, 64, 2), ZKIMGSET_BAD_ARGUMENT);
   EXPECT_EQ(run(pixels, 64, 64, 0, 16), ZKIMGSET_BAD_ARGUMENT);
   EXPECT_EQ(run_driver(library_, analysis_, {nullptr, 64, 64, 0, 24, 0}), ZKIMGSET_BAD_ARGUMENT);
+  library_.ColorTable3dMain = nullptr;  // start-up could not allocate it
+  EXPECT_EQ(run(pixels, 64, 64), ZKIMGSET_OUT_OF_MEMORY);
 }
 
 TEST_F(Driver, MissingServiceLeavesThePictureAlone) {

@@ -1,0 +1,75 @@
+// Which pictures a run reads and where each result goes. Folders are read by
+// name: what is not named as a picture (.jpg .jpeg .png .tif .tiff) and, without
+// -r, what lies in sub-folders is counted as skipped with its reason, never
+// passed over in silence.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "files/picture_file.h"
+
+namespace zkcli {
+
+// "-" as an input is standard input, as an output standard output.
+inline constexpr const char* kStandardStream = "-";
+
+struct Input {
+  std::string path;
+  std::string relative_folder;  // below the folder given ("" or "a/b/"), mirrored under --out-dir
+};
+
+// An input left out before any work, and why.
+struct Skip {
+  std::string path;
+  std::string reason;  // "not a picture (by its name)", "in a sub-folder (use -r)"
+};
+
+struct Expansion {
+  std::vector<Input> inputs;
+  std::vector<Skip> skipped;
+};
+
+// The inputs as given, each folder replaced by its pictures (sorted by
+// name; with recursive, those of its sub-folders too). Paths that do not
+// exist are kept, so that they fail with their reason.
+Expansion expand_inputs(const std::vector<std::string>& given, bool recursive);
+
+struct Job {
+  std::string input;
+  std::string output;
+  std::optional<Format> format;  // the output's format; nothing: the input's
+  bool in_place = false;
+  std::string problem;  // set when the job must fail before it starts
+  std::string skip;     // set when the job is skipped (--no-clobber)
+};
+
+enum class Destination { File, Folder, InPlace };
+
+struct PlanOptions {
+  Destination destination = Destination::File;
+  std::string target;
+  std::optional<Format> format;  // --format
+  bool no_clobber = false;
+};
+
+// One job per input. A UsageError when the destination does not fit the
+// inputs (-o with several inputs), when -o names no known format, or when
+// two inputs would write one output; an input that would be overwritten
+// without --in-place gets a problem, an existing output under --no-clobber
+// a skip.
+std::vector<Job> plan_jobs(const std::vector<Input>& inputs, const PlanOptions& options);
+
+// The output format -o asks for: --format, else the name's extension; a
+// UsageError when neither says (or they disagree).
+std::optional<Format> output_format(const std::string& output, std::optional<Format> format);
+
+// Makes a folder and its parents. Failure with the reason.
+void make_folders(const std::string& path);
+
+// The last part of a path, and all before it.
+std::string base_name(const std::string& path);
+std::string folder_name(const std::string& path);
+
+}  // namespace zkcli
