@@ -81,11 +81,16 @@ struct VectorTaps {
 };
 
 template <class MakeWalker>
-auto vector_taps(const SourceCut& cut, MakeWalker make_walker, Int add, int width,
+auto vector_taps(const SourceCut& cut, MakeWalker make_walker, Int add, Int divisor, int width,
                  const Divider& divide) {
   using Walker = decltype(make_walker());
   VectorTaps<Walker> v{nullptr, nullptr, {}, make_walker()};
-  if (!platform::vector_kernels() || divide.multiplier() == 0 || cut.limit < 1) return v;
+  // Weights that sum to the divisor and cannot keep their sums in 32 bits
+  // (a new width near 8 million) leave every output to the plain pass: no
+  // table is made for them.
+  if (!platform::vector_kernels() || divide.multiplier() == 0 || cut.limit < 1 ||
+      !fits_32_bits(add, divisor))
+    return v;
   const std::size_t room = std::size_t(width) * kMaxVectorTaps;
   v.offset.reset(new (std::nothrow) std::int32_t[room]);
   v.weight.reset(new (std::nothrow) std::int32_t[room]);
@@ -136,7 +141,7 @@ class HorizontalRows {
         add_(add),
         divide_(divisor),
         width_(width),
-        vector_(vector_taps(cut, make_walker, add, width, divide_)) {}
+        vector_(vector_taps(cut, make_walker, add, divisor, width, divide_)) {}
 
   void make(int y, std::uint8_t* q) const {
     const std::uint8_t* src = cut_.row(y);
@@ -287,8 +292,8 @@ template <class MakeWalker, class Walker>
 bool two_passes(const SourceCut& cut, int mid_height, MakeWalker make_walker, Walker walker,
                 Int add, Int divisor, const Rows& out) {
   // One slot more than a row spans, so that the next output row finds the
-  // rows it shares with this one.
-  const int slots = most_rows_spanned(walker, out.height, mid_height) + 1;
+  // rows it shares with this one; never more than there are rows.
+  const int slots = std::min(most_rows_spanned(walker, out.height, mid_height) + 1, mid_height);
   const std::size_t row_bytes = 3 * static_cast<std::size_t>(out.width);
   const std::unique_ptr<std::uint8_t[]> storage(new (std::nothrow)
                                                     std::uint8_t[row_bytes * std::size_t(slots)]);
