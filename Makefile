@@ -8,7 +8,10 @@
 #                into out/ with a visual report, out/report.html
 #   make format  clang-format every source file
 #   make fuzz    build the libFuzzer targets with clang into build-fuzz/
-#   make bench   build and run the benchmarks in build-bench/
+#   make bench   build and run the benchmarks in build-bench/ (Release), and
+#                write their figures to bench/RESULTS.md
+#   make bench-build
+#                only build them (CI does, so that they keep building)
 #   make windows cross-build ZKImgSet.dll with mingw-w64: build-win32/ (the
 #                32-bit drop-in) and build-win64/
 #   make check-windows
@@ -35,11 +38,14 @@ DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
 PYTHON_PACKAGES := python3-pil python3-dask python3-distributed
 TEST_PACKAGES := chromium imagemagick python3-pytest $(PYTHON_PACKAGES)
 # What the benchmarks need besides: Google Benchmark and the peers they are
-# measured against (lcms2 for the conversions, libvips for resizing, ExifTool
-# for the Exif reader; ExifTool also regenerates the Exif tests' golden
-# values, tests/exif/make_golden.pl).
-BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libimage-exiftool-perl imagemagick \
-                  $(PYTHON_PACKAGES)
+# measured against (lcms2 for the conversions, libvips for resizing, with its
+# command line to check that the benchmark's libvips pipeline is as fast as
+# `vips resize`; ExifTool and exiv2 for the Exif reader, ExifTool also
+# regenerating the Exif tests' golden values, tests/exif/make_golden.pl), the
+# Python package's Dask cluster, and lscpu for the machine's name in
+# bench/RESULTS.md.
+BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libvips-tools libimage-exiftool-perl \
+                  libexiv2-dev imagemagick util-linux $(PYTHON_PACKAGES)
 # The Windows builds: Debian's mingw-w64 compilers, GoogleTest's sources to
 # cross-compile, wine64 to run the 64-bit programs and llvm-undname to read
 # the decorated export names. (wine32 cannot be installed here, so the 32-bit
@@ -54,7 +60,7 @@ WINE_ENV := WINEPREFIX=$(abspath $(WIN64_BUILD))/wineprefix WINEDEBUG=-all \
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: deps test-deps bench-deps windows-deps install-missing configure build check test asan demo \
-        format fuzz bench windows check-windows clean
+        format fuzz bench bench-build windows check-windows clean
 
 deps:
 	@$(MAKE) install-missing PACKAGES="$(DEB_PACKAGES)"
@@ -112,13 +118,13 @@ fuzz: deps
 	  -DZKIMGSET_BUILD_FUZZ=ON -DZKIMGSET_BUILD_TESTS=OFF
 	cmake --build build-fuzz -j $(JOBS)
 
-bench: bench-deps
+bench-build: bench-deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DZKIMGSET_BUILD_BENCH=ON \
 	  -DZKIMGSET_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
-	for b in build-bench/bin/zkimgset_bench_*; do $$b; done
-	bench/cli_autosetup.sh build-bench/bin/zkimgset
-	/usr/bin/python3 bench/dask_batch.py build-bench
+
+bench: bench-build
+	bench/run_all.sh build-bench
 
 windows: windows-deps
 	cmake -S . -B $(WIN32_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake \

@@ -1,43 +1,51 @@
 // The whole automatic set-up analysis (GetAtParamEx's work under the full
 // setup_mode 0xDF) on a 24-megapixel and a VGA photograph, beside a floor of
-// one plain read of the picture; and the grouping alone on a thumbnail of
-// fine noise at a tolerance where about half of all neighbours merge, the
-// grouping's worst case.
+// one vectorised read of the picture, in interleaved rounds; and the
+// grouping alone on a thumbnail of fine noise at a tolerance where about
+// half of all neighbours merge, the grouping's worst case.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "autosetup/analysis.h"
 #include "autosetup/grouping.h"
 #include "bench_pictures.h"
-#include "ratio_reporter.h"
+#include "rounds.h"
 
 namespace {
 
 using namespace zkimgset;
 using namespace zkimgset::autosetup;
 
-void GetAtParam_ours(benchmark::State& state) {
-  const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+void GetAtParam(benchmark::State& state, int w, int h) {
+  const bench::Comparison c{"GetAtParamEx, " + std::to_string(w) + " x " + std::to_string(h),
+                            "floor", "one vectorised read of every pixel",
+                            "same record on every round; floor = plain count"};
   const auto rgb = bench::photograph(w, h);
+  if (bench::count_non_white(rgb) != bench::count_non_white_plain(rgb.data(), rgb.size() / 3))
+    return bench::fail(state, c, "the vectorised floor miscounts");
   AnalysisState analysis;
   LibraryState library;
-  AutoSetupParam result;
-  for (auto _ : state) {
-    library.setup_mode = ZKIMGSET_SETUP_FULL;
-    benchmark::DoNotOptimize(get_at_param(rgb.data(), w, h, &result, 0, 0, 0, analysis, library));
-  }
-}
-
-void GetAtParam_floor(benchmark::State& state) {
-  const auto rgb =
-      bench::photograph(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(bench::count_non_white(rgb));
-  }
+  AutoSetupParam first{}, result{};
+  library.setup_mode = ZKIMGSET_SETUP_FULL;
+  get_at_param(rgb.data(), w, h, &first, 0, 0, 0, analysis, library);
+  bool same = true;
+  bench::interleave(
+      state, c,
+      [&] {
+        library.setup_mode = ZKIMGSET_SETUP_FULL;
+        const double t = bench::timed(
+            [&] { get_at_param(rgb.data(), w, h, &result, 0, 0, 0, analysis, library); });
+        same = same && std::memcmp(&first, &result, sizeof result) == 0;
+        return t;
+      },
+      [&] { return bench::timed([&] { benchmark::DoNotOptimize(bench::count_non_white(rgb)); }); });
+  if (!same) bench::fail(state, c, "the analysis gave another record on a later round");
 }
 
 void Grouping(benchmark::State& state) {
@@ -54,24 +62,19 @@ void Grouping(benchmark::State& state) {
   state.counters["labels"] = analysis.nextgrp;
 }
 
-BENCHMARK(GetAtParam_ours)
-    ->Name("GetAtParam6000x4000/ours")
-    ->Args({6000, 4000})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(GetAtParam_floor)
-    ->Name("GetAtParam6000x4000/floor")
-    ->Args({6000, 4000})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(GetAtParam_ours)
-    ->Name("GetAtParam640x480/ours")
-    ->Args({640, 480})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(GetAtParam_floor)
-    ->Name("GetAtParam640x480/floor")
-    ->Args({640, 480})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(Grouping)->Unit(benchmark::kMicrosecond);
-
 }  // namespace
 
-ZKIMGSET_BENCHMARK_MAIN()
+int main(int argc, char** argv) {
+  for (const auto& [w, h] : {std::pair{6000, 4000}, std::pair{640, 480}})
+    benchmark::RegisterBenchmark(
+        ("GetAtParam" + std::to_string(w) + "x" + std::to_string(h)).c_str(),
+        [w = w, h = h](benchmark::State& s) { GetAtParam(s, w, h); })
+        ->UseManualTime()
+        ->Iterations(zkimgset::bench::kRounds)
+        ->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark("Grouping", Grouping)->Unit(benchmark::kMicrosecond);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return zkimgset::bench::report_figures() ? 0 : 1;
+}

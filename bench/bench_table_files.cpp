@@ -1,6 +1,7 @@
-// Parsing the default 3-D table text (35938 lines) against a floor: splitting the
-// same text into lines and reading the three outputs with strtol, the least
-// any reader of the format must do.
+// Parsing the default 3-D table text (35938 lines) against a floor:
+// splitting the same text into lines and reading the three outputs with
+// strtol, the least any reader of the format must do; in interleaved
+// rounds, the two tables compared first.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -11,10 +12,11 @@
 
 #include "colour/table_files.h"
 #include "colour/table_limits.h"
-#include "ratio_reporter.h"
+#include "rounds.h"
 
 namespace {
 
+using namespace zkimgset;
 using namespace zkimgset::colour;
 
 // The default 3-D table written beside the library by the build.
@@ -27,37 +29,54 @@ std::vector<char> identity_3d_text() {
   return *text;
 }
 
-void Parse3dTable_ours(benchmark::State& state) {
-  const std::vector<char> source = identity_3d_text();
-  std::vector<std::uint8_t> table(kTable3dBytes);
-  for (auto _ : state) {
-    std::vector<char> text = source;  // the parser walks a text it may change
-    benchmark::DoNotOptimize(parse_3d_text(text, table.data(), Grid3d::Nodes32));
+// The floor: every record's last three fields, node after node. The
+// default table has 33 nodes an axis; node 1 of each is skipped as the
+// parser skips it, so that the two tables can be compared.
+void floor_parse(std::vector<char> text, std::uint8_t* table) {
+  text.push_back('\0');
+  char* p = std::strchr(text.data(), '\n') + 1;
+  std::size_t at = 0;
+  for (int n = 0; *p != '\0' && n < kFileNodes * kFileNodes * kFileNodes; ++n) {
+    std::uint8_t v[3];
+    for (int skip = 0; skip < 3; ++skip) p = std::strchr(p, ',') + 1;
+    for (int c = 0; c < 3; ++c) v[c] = static_cast<std::uint8_t>(std::strtol(p, &p, 10)), ++p;
+    const int i = n / (kFileNodes * kFileNodes), j = n / kFileNodes % kFileNodes,
+              k = n % kFileNodes;
+    if (i == kSkippedFileNode || j == kSkippedFileNode || k == kSkippedFileNode) continue;
+    for (int c = 0; c < 3; ++c) table[at++] = v[c];
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * source.size()));
 }
 
-void Parse3dTable_floor(benchmark::State& state) {
+void Parse3dTable(benchmark::State& state) {
+  const bench::Comparison c{"Parse 3-D table text, 35938 lines", "floor",
+                            "line split and strtol of the three outputs",
+                            "same table as the floor"};
   const std::vector<char> source = identity_3d_text();
-  std::vector<std::uint8_t> table(kTable3dBytes);
-  for (auto _ : state) {
-    std::vector<char> text = source;
-    text.push_back('\0');
-    char* p = std::strchr(text.data(), '\n') + 1;
-    std::size_t at = 0;
-    while (*p != '\0' && at + 3 <= table.size()) {
-      for (int skip = 0; skip < 3; ++skip) p = std::strchr(p, ',') + 1;
-      for (int c = 0; c < 3; ++c)
-        table[at++] = static_cast<std::uint8_t>(std::strtol(p, &p, 10)), ++p;
-    }
-    benchmark::DoNotOptimize(table.data());
-  }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * source.size()));
+  std::vector<std::uint8_t> table(kTable3dBytes), floor(kTable3dBytes);
+  std::vector<char> text = source;
+  parse_3d_text(text, table.data(), Grid3d::Nodes32);
+  floor_parse(source, floor.data());
+  if (std::memcmp(table.data(), floor.data(), kTable3dNodeBytes) != 0)
+    return bench::fail(state, c, "the parser and the floor read different tables");
+  bench::interleave(
+      state, c,
+      [&] {
+        text = source;  // the parser walks a text it may change
+        return bench::timed(
+            [&] { benchmark::DoNotOptimize(parse_3d_text(text, table.data(), Grid3d::Nodes32)); });
+      },
+      [&] { return bench::timed([&] { floor_parse(source, floor.data()); }); });
 }
-
-BENCHMARK(Parse3dTable_ours)->Name("Parse3dTable/ours")->Unit(benchmark::kMillisecond);
-BENCHMARK(Parse3dTable_floor)->Name("Parse3dTable/floor")->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-ZKIMGSET_BENCHMARK_MAIN()
+int main(int argc, char** argv) {
+  benchmark::RegisterBenchmark("Parse3dTable", Parse3dTable)
+      ->UseManualTime()
+      ->Iterations(bench::kRounds)
+      ->Unit(benchmark::kMillisecond);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return bench::report_figures() ? 0 : 1;
+}

@@ -64,7 +64,10 @@ std::optional<Options> parse(int argc, char** argv, int first) {
 template <typename T>
 std::string json_array(const T* values, int count) {
   std::string out = "[";
-  for (int i = 0; i < count; ++i) out += (i ? "," : "") + std::to_string(values[i]);
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) out += ',';
+    out += std::to_string(values[i]);
+  }
   return out + "]";
 }
 

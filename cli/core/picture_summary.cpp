@@ -8,7 +8,10 @@
 namespace zkcli {
 namespace {
 
-std::string signed_number(int value) { return (value > 0 ? "+" : "") + std::to_string(value); }
+std::string signed_number(int value) {
+  std::string text = value > 0 ? "+" : "";
+  return text += std::to_string(value);
+}
 
 std::string hex_byte(int value) {
   char text[8];
@@ -36,7 +39,10 @@ bool neutral(const Adjustments& a) {
 
 void add_array(std::string& out, const char* name, const std::vector<std::string>& items) {
   out += std::string(",\"") + name + "\":[";
-  for (std::size_t i = 0; i < items.size(); ++i) out += (i ? "," : "") + json_string(items[i]);
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (i > 0) out += ',';
+    out += json_string(items[i]);
+  }
   out += "]";
 }
 

@@ -108,8 +108,10 @@ void RunOutput::picture(const PictureSummary& s, Progress& progress) {
 void RunOutput::finish(std::size_t pictures, double seconds, const std::string& settings) {
   if (json_) {
     std::string reasons;
-    for (const auto& [kind, n] : skip_reasons_)
-      reasons += (reasons.empty() ? "" : ",") + json_string(kind) + ":" + std::to_string(n);
+    for (const auto& [kind, n] : skip_reasons_) {
+      if (!reasons.empty()) reasons += ',';
+      reasons += json_string(kind) + ":" + std::to_string(n);
+    }
     std::fprintf(text_,
                  "{\"type\":\"run\",\"pictures\":%zu,\"corrected\":%d,\"unchanged\":%d,"
                  "\"failed\":%d,\"skipped\":%d,\"skipped_by_reason\":{%s},\"seconds\":%.3f,"

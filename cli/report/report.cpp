@@ -34,9 +34,9 @@ std::string seconds_text(double seconds) {
 }
 
 std::string signed_text(int value) {
-  if (value > 0) return "+" + std::to_string(value);
-  if (value < 0) return "\u2212" + std::to_string(-value);
-  return "0";
+  if (value == 0) return "0";
+  std::string text = value > 0 ? "+" : "\u2212";
+  return text += std::to_string(value > 0 ? value : -value);
 }
 
 std::string hex_text(int value) {
@@ -59,8 +59,9 @@ std::optional<int> figure(const PictureReport& picture, std::string_view name) {
 }
 
 std::string chip(std::string_view text, std::string_view css_class = {}) {
-  return "<span class=\"chip" + (css_class.empty() ? "" : " " + std::string(css_class)) + "\">" +
-         escape_html(text) + "</span>";
+  std::string out = "<span class=\"chip";
+  if (!css_class.empty()) (out += ' ') += css_class;
+  return out + "\">" + escape_html(text) + "</span>";
 }
 
 std::string image_tag(const ReportImage& image, std::string_view alt) {

@@ -2,31 +2,10 @@
 #include "colour/interpolate_run.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
+
+#include "platform/kernel_choice.h"
 
 namespace zkimgset::colour {
-namespace {
-
-using Kernel = void (*)(const Interpolator&, std::uint8_t*, std::size_t, RunOptions) noexcept;
-
-// ZKIMGSET_PLAIN_KERNELS=1 in the environment keeps the plain kernels, so
-// that the whole test suite can run on each.
-Kernel best_kernel() {
-  const char* plain = std::getenv("ZKIMGSET_PLAIN_KERNELS");
-  if (plain != nullptr && plain[0] == '1') return &interpolate_run_plain;
-#if defined(__x86_64__) || defined(__i386__)
-  if (__builtin_cpu_supports("avx2")) return &interpolate_run_avx2;
-#endif
-  return &interpolate_run_plain;
-}
-
-std::atomic<Kernel>& kernel() {
-  static std::atomic<Kernel> chosen{best_kernel()};
-  return chosen;
-}
-
-}  // namespace
 
 void interpolate_run_plain(const Interpolator& interpolate, std::uint8_t* p, std::size_t n,
                            RunOptions options) noexcept {
@@ -46,12 +25,10 @@ void interpolate_run_plain(const Interpolator& interpolate, std::uint8_t* p, std
 
 void interpolate_run(const Interpolator& interpolate, std::uint8_t* p, std::size_t n,
                      RunOptions options) noexcept {
-  kernel().load(std::memory_order_relaxed)(interpolate, p, n, options);
-}
-
-bool force_plain_kernels(bool plain) noexcept {
-  kernel().store(plain ? &interpolate_run_plain : best_kernel());
-  return kernel().load() != &interpolate_run_plain;
+#if defined(__x86_64__) || defined(__i386__)
+  if (platform::vector_kernels()) return interpolate_run_avx2(interpolate, p, n, options);
+#endif
+  interpolate_run_plain(interpolate, p, n, options);
 }
 
 }  // namespace zkimgset::colour

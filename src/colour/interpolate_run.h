@@ -1,7 +1,6 @@
 // Converting a run of consecutive 3-byte pixels in place through a 3-D table:
 // the pixel passes' inner loop. A plain kernel and an AVX2 one give the same
-// bytes; the AVX2 one is chosen once, at first use, where the processor has
-// it.
+// bytes; platform/kernel_choice.h picks one.
 #pragma once
 
 #include <cstddef>
@@ -19,10 +18,6 @@ struct RunOptions {
 // Converts n pixels at p through `interpolate`'s table.
 void interpolate_run(const Interpolator& interpolate, std::uint8_t* p, std::size_t n,
                      RunOptions options) noexcept;
-
-// Test and benchmark hook: use only the plain kernel (true) or let the
-// processor decide (false). Returns whether the vector kernel is in use.
-bool force_plain_kernels(bool plain) noexcept;
 
 // The plain kernel, always available.
 void interpolate_run_plain(const Interpolator& interpolate, std::uint8_t* p, std::size_t n,

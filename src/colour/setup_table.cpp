@@ -19,6 +19,7 @@
 #include "colour/channel_table.h"
 #include "colour/interpolate3d.h"
 #include "colour/perceptual_space.h"
+#include "colour/setup_table_cache.h"
 #include "colour/table_limits.h"
 
 namespace zkimgset::colour {
@@ -93,27 +94,14 @@ void reset_colour_math(LibraryState& library) noexcept {
   library.colour.black = 0.0f;
 }
 
-void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a) noexcept {
-  std::uint8_t* table = library.ColorTable3dMain;
-  if (table == nullptr) return;
+namespace {
+
+// The nodes from the inputs and the file's 3-D table alone.
+void fill_nodes(std::uint8_t* table, const SetupTableInputs& in, const std::uint8_t* file_table) {
   std::memset(table, 0, kTable3dBytes);
-  SetupAdjustments& adjust = library.adjust;
-  adjust.SetupAdjustC = std::clamp(adjust.SetupAdjustC, std::int16_t{-kShiftLimit}, kShiftLimit);
-  adjust.SetupAdjustD = std::clamp(adjust.SetupAdjustD, std::int16_t{-kShiftLimit}, kShiftLimit);
-  if (adjust.SetupAdjustLevel == 100 && adjust.SetupAdjustA == 0 && adjust.SetupAdjustB == 0 &&
-      adjust.SetupAdjustC == 0 && adjust.SetupAdjustD == 0)
-    library.setup_mode = static_cast<std::uint16_t>(library.setup_mode & ~0x40u);
-  const double w = blend_weight(a, library);
-  ColourMath& m = library.colour;
-  m.curve_index[0] = std::clamp<std::int16_t>(adjust.BalanceStep1, 0, 2 * kMaxShift);
-  m.curve_index[1] = std::clamp<std::int16_t>(adjust.BalanceStep2, 0, 2 * kMaxShift);
-  m.curve_index[2] = std::clamp<std::int16_t>(adjust.BalanceStep3, 0, 2 * kMaxShift);
-  build_channel_table_with_1d(library);
   const auto& linear = autosetup::linear_level();
   const auto& encode = autosetup::linear_to_level();
-  const bool use_file_table = (library.ColorConvMode & ZKIMGSET_CONV_SKIP_3D_TABLE) == 0 &&
-                              library.ColorTable3dAlt != nullptr;
-
+  const double w = in.blend;
   for (int i = 0; i < kAxis; ++i) {
     for (int j = 0; j < kAxis; ++j) {
       for (int k = 0; k < kAxis; ++k) {
@@ -124,18 +112,17 @@ void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a)
         }
         const int input[3] = {node_input(i), node_input(j), node_input(k)};
         double v[3] = {double(input[0]), double(input[1]), double(input[2])};
-        if ((library.setup_mode & ZKIMGSET_SETUP_SMALL_IMAGE) != 0)
-          pull_toward_skin(v[0], v[1], v[2]);
+        if ((in.setup_mode & ZKIMGSET_SETUP_SMALL_IMAGE) != 0) pull_toward_skin(v[0], v[1], v[2]);
         for (int c = 0; c < 3; ++c) {
-          const double x = std::clamp(a.gain[c] * linear[std::size_t(v[c])] * 1023.0, 0.0, 1023.0);
+          const double x = std::clamp(in.gain[c] * linear[std::size_t(v[c])] * 1023.0, 0.0, 1023.0);
           v[c] = encode[std::size_t(x)];
         }
         const float y = static_cast<float>(0.299 * v[0] + 0.587 * v[1] + 0.114 * v[2]);
         float cb = static_cast<float>(-0.1687 * v[0] - 0.3313 * v[1] + 0.5 * v[2]);
         float cr = static_cast<float>(0.5 * v[0] - 0.4187 * v[1] - 0.0813 * v[2]);
-        const int y2 = a.tone[std::clamp(static_cast<int>(y), 0, 255)];
-        cb += adjust.SetupAdjustC;
-        cr += adjust.SetupAdjustD;
+        const int y2 = in.tone[std::clamp(static_cast<int>(y), 0, 255)];
+        cb += in.shift_c;
+        cr += in.shift_d;
         double hue = std::atan2(cr, cb) * 180 / kPi;
         if (hue < 0) hue += 360;
         if (y2 == 0) {
@@ -147,7 +134,7 @@ void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a)
             cb = cr = 0;
           } else if (limit >= chroma) {
             const int p = static_cast<int>(100 * chroma / limit + 0.5);
-            const double factor = p == 0 ? 1.0 : a.sat_coef[p - 1] / 1024.0;
+            const double factor = p == 0 ? 1.0 : in.sat_coef[p - 1] / 1024.0;
             cb = static_cast<float>(cb * factor);
             cr = static_cast<float>(cr * factor);
           }
@@ -157,19 +144,55 @@ void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a)
         int out[3];
         for (int c = 0; c < 3; ++c) {
           const double stretch =
-              std::clamp((input[c] - m.black) * 255.0 / (m.white[c] - m.black), 0.0, 255.0);
+              std::clamp((input[c] - in.black) * 255.0 / (in.white[c] - in.black), 0.0, 255.0);
           out[c] = std::clamp(static_cast<int>(w * corrected[c] + (1 - w) * stretch + 0.5), 0, 255);
-          if (library.setup_mode == 0) out[c] = input[c];
-          out[c] = m.channel_table[out[c]][c];
+          if (in.setup_mode == 0) out[c] = input[c];
+          out[c] = in.channel_table[out[c]][c];
         }
         Rgb8 result{std::uint8_t(out[0]), std::uint8_t(out[1]), std::uint8_t(out[2])};
-        if (use_file_table) result = interpolate3d(library.ColorTable3dAlt, out[0], out[1], out[2]);
+        if (in.use_file_table) result = interpolate3d(file_table, out[0], out[1], out[2]);
         node[0] = result.r;
         node[1] = result.g;
         node[2] = result.b;
       }
     }
   }
+}
+
+}  // namespace
+
+void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a) noexcept {
+  std::uint8_t* table = library.ColorTable3dMain;
+  if (table == nullptr) return;
+  SetupAdjustments& adjust = library.adjust;
+  adjust.SetupAdjustC = std::clamp(adjust.SetupAdjustC, std::int16_t{-kShiftLimit}, kShiftLimit);
+  adjust.SetupAdjustD = std::clamp(adjust.SetupAdjustD, std::int16_t{-kShiftLimit}, kShiftLimit);
+  if (adjust.SetupAdjustLevel == 100 && adjust.SetupAdjustA == 0 && adjust.SetupAdjustB == 0 &&
+      adjust.SetupAdjustC == 0 && adjust.SetupAdjustD == 0)
+    library.setup_mode = static_cast<std::uint16_t>(library.setup_mode & ~0x40u);
+  ColourMath& m = library.colour;
+  m.curve_index[0] = std::clamp<std::int16_t>(adjust.BalanceStep1, 0, 2 * kMaxShift);
+  m.curve_index[1] = std::clamp<std::int16_t>(adjust.BalanceStep2, 0, 2 * kMaxShift);
+  m.curve_index[2] = std::clamp<std::int16_t>(adjust.BalanceStep3, 0, 2 * kMaxShift);
+  build_channel_table_with_1d(library);
+
+  SetupTableInputs in{};
+  in.blend = blend_weight(a, library);
+  std::copy(std::begin(a.gain), std::end(a.gain), in.gain);
+  in.black = m.black;
+  std::copy(std::begin(m.white), std::end(m.white), in.white);
+  std::copy(std::begin(a.sat_coef), std::end(a.sat_coef), in.sat_coef);
+  in.shift_c = adjust.SetupAdjustC;
+  in.shift_d = adjust.SetupAdjustD;
+  in.setup_mode = library.setup_mode;
+  std::copy(std::begin(a.tone), std::end(a.tone), in.tone);
+  std::memcpy(in.channel_table, m.channel_table, sizeof in.channel_table);
+  in.use_file_table = (library.ColorConvMode & ZKIMGSET_CONV_SKIP_3D_TABLE) == 0 &&
+                      library.ColorTable3dAlt != nullptr;
+
+  if (library.setup_table_cache.fetch(in, library.ColorTable3dAlt, table)) return;
+  fill_nodes(table, in, library.ColorTable3dAlt);
+  library.setup_table_cache.store(in, library.ColorTable3dAlt, table);
 }
 
 }  // namespace zkimgset::colour

@@ -1,6 +1,6 @@
 // Copying pixels while exchanging their first and third byte (R, G, B to
 // B, G, R and back): the byte-order exports' inner loop. A plain kernel and
-// an AVX2 one, chosen as the interpolation kernels are.
+// an AVX2 one, chosen by platform/kernel_choice.h.
 #pragma once
 
 #include <cstddef>

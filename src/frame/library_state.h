@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+
+#include "colour/setup_table_cache.h"
 #include "frame/service_binding.h"
 #include "platform/library_lock.h"
 #include "platform/zeroed_alloc.h"
@@ -81,6 +83,8 @@ struct LibraryState {
   // set-up correct the picture; the set-up colour table then does not blend.
   std::int32_t service_setup_ran = 0;
   ColourMath colour;
+  // The inputs and nodes of the last set-up table built (its own key).
+  colour::SetupTableCache setup_table_cache;
 };
 
 // The state of the loaded library.

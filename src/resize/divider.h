@@ -38,6 +38,12 @@ class Divider {
     return static_cast<std::uint8_t>(std::min<std::uint64_t>(q, 255));
   }
 
+  // The multiply-and-shift form for the vector passes: exact for every sum
+  // in 32 bits; a multiplier of 0 when the divisor has none (1, or past 32
+  // bits).
+  std::uint32_t multiplier() const { return d_ > 1 ? multiplier_ : 0; }
+  int shift() const { return shift_; }
+
  private:
   std::uint64_t d_;
   std::uint32_t multiplier_ = 0;

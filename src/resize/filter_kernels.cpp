@@ -157,10 +157,9 @@ bool run_kernel3(const KernelJob& job) {
   const auto columns = try_array<Column3>(nw);
   if (!columns) return false;
   for (Int x = 0; x < nw; ++x) columns[static_cast<std::size_t>(x)] = kernel3_column(x, cw, nw);
-  horizontal_pass(
-      job.cut, [&] { return Columns3Walker{columns.get()}; }, kHalfUnit, kUnit, job.mid);
-  vertical_pass(job.mid, Rows3Walker{columns.get(), nw, ch}, kHalfUnit, kUnit, job.out);
-  return true;
+  return two_passes(
+      job.cut, job.mid_height, [&] { return Columns3Walker{columns.get()}; },
+      Rows3Walker{columns.get(), nw, ch}, kHalfUnit, kUnit, job.out);
 }
 
 bool run_kernel4(const KernelJob& job) {
@@ -171,14 +170,12 @@ bool run_kernel4(const KernelJob& job) {
   const float half = static_cast<float>(1.0 / k / 2);
   for (Int x = 0; x < nw; ++x)
     counts[static_cast<std::size_t>(x)] = kernel4_count(static_cast<int>(x), k, half);
-  horizontal_pass(
-      job.cut,
+  return two_passes(
+      job.cut, job.mid_height,
       [&] {
         return Columns4Walker{counts.get(), nw, cw};
       },
-      kHalfUnit, kUnit, job.mid);
-  vertical_pass(job.mid, Rows4Walker{counts.get(), nw, ch}, kHalfUnit, kUnit, job.out);
-  return true;
+      Rows4Walker{counts.get(), nw, ch}, kHalfUnit, kUnit, job.out);
 }
 
 }  // namespace zkimgset::resize

@@ -1,7 +1,6 @@
 // The four kernels, each as its two passes over a source cut into the
-// caller's bitmap. The intermediate image is the caller's too (the
-// dispatcher allocates it); a kernel that needs tables allocates them
-// without throwing and returns false when it cannot.
+// caller's bitmap. A kernel allocates its tables and the passes' ring of
+// intermediate rows without throwing, and returns false when it cannot.
 #pragma once
 
 #include "resize/passes.h"
@@ -11,17 +10,17 @@ namespace zkimgset::resize {
 
 // What a kernel works from: the plan, the requested width (positions are
 // measured in 1 / (2 x new width) of a source pixel in both passes), the
-// cut's rows, the intermediate image and the result.
+// cut's rows (mid_height of them, at least 1) and the result.
 struct KernelJob {
   ZKImgSetResizePlan plan;
   int new_width;
   SourceCut cut;
-  Rows mid;
+  int mid_height;
   Rows out;
 };
 
 // Kernels 1 (enlarge or keep) and 2 (down to a half): two taps a output.
-void run_linear(const KernelJob& job);
+bool run_linear(const KernelJob& job);
 // Kernel 3 (a half to a third): distance-weighted 2 or 3 taps.
 bool run_kernel3(const KernelJob& job);
 // Kernel 4 (below a third): tabled weights over the covered pixels.

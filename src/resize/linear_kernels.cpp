@@ -66,19 +66,16 @@ class LinearWalker {
 
 }  // namespace
 
-void run_linear(const KernelJob& job) {
+bool run_linear(const KernelJob& job) {
   const Int cw = job.plan.cut_width, ch = job.plan.cut_height, nw = job.new_width;
   const Int d = 2 * nw, step = 2 * cw;
   const bool enlarge = job.plan.kernel == 1;
   const Int first = enlarge ? cw : cw - nw;
-  horizontal_pass(
-      job.cut,
+  return two_passes(
+      job.cut, job.mid_height,
       [&] {
         return LinearWalker(first, step, d, cw - 1, enlarge ? Limit::SecondTap : Limit::None);
       },
-      nw, d, job.mid);
-  vertical_pass(
-      job.mid,
       LinearWalker(first, step, d, ch - 1, enlarge ? Limit::BothTaps : Limit::BothTapsReweighted),
       nw, d, job.out);
 }

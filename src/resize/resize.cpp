@@ -1,17 +1,17 @@
-// Resizing: the work budget, the intermediate image, and the kernel the
-// plan chose. Positions are measured in units of 1 / (2 x new width) of a
-// source pixel, so every division is exact or explicitly truncated, and all
-// pixel arithmetic is integer. Work memory is the intermediate image (output
-// width x cut height) and at most a small table a requested column; it is
-// reckoned and allocated, without throwing, before any table is built.
+// Resizing: the work budget and the kernel the plan chose. Positions are
+// measured in units of 1 / (2 x new width) of a source pixel, so every
+// division is exact or explicitly truncated, and all pixel arithmetic is
+// integer. Work memory is a ring of intermediate rows (output width x the
+// few rows an output row spans) and small tables a requested column, all
+// allocated without throwing; the budget reckons a whole intermediate image
+// (output width x cut height), the most the ring could ever be, before any
+// of it is allocated.
 #include "resize/resize.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <memory>
-#include <new>
 
 #include "resize/kernels.h"
 
@@ -19,9 +19,9 @@ namespace zkimgset::resize {
 namespace {
 
 constexpr std::uint64_t kNoBuffer = std::numeric_limits<std::uint64_t>::max();
-// The most bytes a kernel's table takes a requested column (kernel 3's
-// weights; kernel 4 keeps a tap count).
-constexpr std::uint64_t kTableBytesPerColumn = 64;
+// The most bytes the tables take a requested column: kernel 3's weights
+// (48; kernel 4 keeps a tap count) and the vector pass's taps across (32).
+constexpr std::uint64_t kTableBytesPerColumn = 128;
 
 }  // namespace
 
@@ -41,10 +41,6 @@ int resize_into(const std::uint8_t* source, int src_width, int src_height,
   if (plan.result_width < 1 || plan.result_height < 1) return ZKIMGSET_OK;
   if (work_bytes(plan, new_width) == kNoBuffer) return ZKIMGSET_OUT_OF_MEMORY;
   const int cut_height = std::max(plan.cut_height, 1);
-  const std::size_t mid_stride = 3 * static_cast<std::size_t>(plan.result_width);
-  const std::unique_ptr<std::uint8_t[]> mid(
-      new (std::nothrow) std::uint8_t[mid_stride * static_cast<std::size_t>(cut_height)]);
-  if (!mid) return ZKIMGSET_OUT_OF_MEMORY;
 
   // The cut never reaches past the picture by more than rounding; its rows
   // and columns are kept inside the picture all the same.
@@ -53,18 +49,22 @@ int resize_into(const std::uint8_t* source, int src_width, int src_height,
       plan, new_width,
       SourceCut{source, bitmap_stride(src_width), src_height, plan.cut_top, left,
                 std::max(std::min(plan.cut_width, src_width - left) - 1, 0)},
-      Rows{mid.get(), plan.result_width, cut_height, mid_stride, false},
+      cut_height,
       Rows{result, plan.result_width, plan.result_height, bitmap_stride(plan.result_width), true}};
+  bool done = false;
   switch (plan.kernel) {
     case 1:
     case 2:
-      run_linear(job);
-      return ZKIMGSET_OK;
+      done = run_linear(job);
+      break;
     case 3:
-      return run_kernel3(job) ? ZKIMGSET_OK : ZKIMGSET_OUT_OF_MEMORY;
+      done = run_kernel3(job);
+      break;
     default:
-      return run_kernel4(job) ? ZKIMGSET_OK : ZKIMGSET_OUT_OF_MEMORY;
+      done = run_kernel4(job);
+      break;
   }
+  return done ? ZKIMGSET_OK : ZKIMGSET_OUT_OF_MEMORY;
 }
 
 }  // namespace zkimgset::resize

@@ -15,8 +15,9 @@ inline std::size_t bitmap_stride(int width) {
   return static_cast<std::size_t>(zkimgset_bitmap_row_bytes(width));
 }
 
-// The work the intermediate image and a kernel's tables take, in bytes;
-// more than any buffer can hold when it does not fit in 63 bits.
+// The most work memory a resize may take, in bytes (a whole intermediate
+// image and the kernel's tables); more than any buffer can hold when it
+// does not fit in 63 bits.
 std::uint64_t work_bytes(const ZKImgSetResizePlan& plan, int new_width) noexcept;
 
 // Resizes the plan's cut of a source bitmap (src_width x src_height) into

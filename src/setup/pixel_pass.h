@@ -25,12 +25,9 @@ Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layo
 int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
                autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept;
 
-// Converts planar YCbCr data of the bounds' size. 0, or 9 for a bad
-// descriptor.
+// Converts planar YCbCr data of the bounds' size (planar_pass.cpp). 0, or
+// 9 for a bad descriptor.
 int ycbcr_pass(LibraryState& state, const ZKImgSetPlanarYCbCr& planes,
                const tagRECT& bounds) noexcept;
-
-// One plane's value of the set-up table read as three 33 x 33 x 33 planes.
-int planar_interpolate(const std::uint8_t* table, int plane, int r, int g, int b) noexcept;
 
 }  // namespace zkimgset::setup

@@ -10,6 +10,7 @@
 
 #include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
+#include "platform/kernel_choice.h"
 #include "support/colour_tables.h"
 
 namespace zkimgset::colour {
@@ -100,7 +101,7 @@ TEST(InterpolateRun, VectorKernelMatchesThePlainOne) {
     for (bool guard : {false, true}) {
       std::vector<std::uint8_t> plain = pixels, vector = pixels;
       interpolate_run_plain(interpolate, plain.data(), 4099, {bgr, guard});
-      const bool has_vector = force_plain_kernels(false);
+      const bool has_vector = platform::force_plain_kernels(false);
       interpolate_run(interpolate, vector.data(), 4099, {bgr, guard});
       EXPECT_EQ(plain, vector) << "bgr " << bgr << " guard " << guard << " vector " << has_vector;
       for (std::size_t i = 0; i < 4099; i += 97) {

@@ -35,7 +35,8 @@ TEST(SetupTableConstants, ChromaLimitKeepsColoursInsideTheCube) {
     for (int h = 0; h < 360; h += 7) {
       const double m = chroma_limit(y, h) - 0.5;  // just inside, after rounding
       if (m <= 0) continue;
-      const double cb = m * std::cos(h * std::numbers::pi / 180), cr = m * std::sin(h * std::numbers::pi / 180);
+      const double cb = m * std::cos(h * std::numbers::pi / 180),
+                   cr = m * std::sin(h * std::numbers::pi / 180);
       const double rgb[3] = {y + 1.402 * cr, y - 0.34414 * cb - 0.71414 * cr, y + 1.772 * cb};
       for (double c : rgb) {
         EXPECT_GE(c, -0.01) << y << " " << h;
@@ -168,6 +169,75 @@ TEST_F(SetupTable, FileTableIsAppliedUnlessTheModeLeavesItOut) {
   build_setup_table(library_, analysis_);
   EXPECT_EQ(node(3, 9, 27),
             (Rgb8{std::uint8_t(input(3)), std::uint8_t(input(9)), std::uint8_t(input(27))}));
+}
+
+// A table built again for changed inputs must be what a table built afresh
+// for them is, whichever input changed: the reuse of the last table may not
+// go stale.
+struct InputChange {
+  const char* name;
+  void (*change)(LibraryState&, autosetup::AnalysisState&);
+};
+
+TEST(SetupTableCache, EveryInputChangeGivesWhatAFreshBuildGives) {
+  const InputChange changes[] = {
+      {"tone", [](LibraryState&, autosetup::AnalysisState& a) { a.tone[100] = 140; }},
+      {"saturation", [](LibraryState&, autosetup::AnalysisState& a) { a.sat_coef[20] = 1400; }},
+      {"gain", [](LibraryState&, autosetup::AnalysisState& a) { a.gain[1] = 1.2f; }},
+      {"small picture", [](LibraryState& l, autosetup::AnalysisState&) { l.setup_mode |= 0x80; }},
+      {"no set-up", [](LibraryState& l, autosetup::AnalysisState&) { l.setup_mode = 0; }},
+      {"shift C", [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.SetupAdjustC = 3; }},
+      {"shift D", [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.SetupAdjustD = -3; }},
+      {"balance step",
+       [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.BalanceStep2 = 9; }},
+      {"skip 3-D table", [](LibraryState& l, autosetup::AnalysisState&) { l.ColorConvMode = 1; }},
+      {"skip 1-D table", [](LibraryState& l, autosetup::AnalysisState&) { l.ColorConvMode = 2; }},
+      {"1-D table bytes",
+       [](LibraryState& l, autosetup::AnalysisState&) {
+         for (int v = 0; v < 256; ++v) l.Table1d[3 * v] = static_cast<std::uint8_t>(v / 2);
+       }},
+      {"3-D table bytes",
+       [](LibraryState& l, autosetup::AnalysisState&) {
+         l.ColorTable3dAlt[((20 * 32 + 20) * 32 + 20) * 3] = 9;
+       }},
+      {"white clip", [](LibraryState&, autosetup::AnalysisState& a) { a.wt_clp = 250; }},
+      {"service ran", [](LibraryState& l, autosetup::AnalysisState&) { l.service_setup_ran = 1; }},
+      {"level stretch",
+       [](LibraryState& l, autosetup::AnalysisState&) { l.colour.white[0] = 200; }},
+  };
+  for (const InputChange& change : changes) {
+    std::vector<std::uint8_t> main(kTable3dBytes), alt(kTable3dBytes), table1d(kTable1dBytes);
+    LibraryState library;
+    autosetup::AnalysisState analysis;
+    library.ColorTable3dMain = main.data();
+    library.ColorTable3dAlt = alt.data();
+    library.Table1d = table1d.data();
+    library.ColorConvMode = 0;
+    library.setup_mode = 31;  // the blend applies: the clip range counts
+    for (int i = 0; i < 256; ++i) {
+      analysis.tone[i] = static_cast<std::uint8_t>(i);
+      for (int c = 0; c < 3; ++c)
+        table1d[std::size_t(3 * i + c)] = static_cast<std::uint8_t>(i + (255 - i) / 8);
+    }
+    for (auto& c : analysis.sat_coef) c = 1024;
+    analysis.wt_clp = 150;
+    // The file's table halves every colour, so that leaving it out shows.
+    for (int n = 0; n < 32 * 32 * 32; ++n)
+      for (int c = 0; c < 3; ++c)
+        alt[std::size_t(3 * n + c)] = static_cast<std::uint8_t>(input(n >> (5 * (2 - c)) & 31) / 2);
+
+    build_setup_table(library, analysis);
+    const std::vector<std::uint8_t> before = main;
+    build_setup_table(library, analysis);
+    EXPECT_TRUE(main == before) << change.name << ": the same inputs, the same table";
+    change.change(library, analysis);
+    build_setup_table(library, analysis);
+    const std::vector<std::uint8_t> reused = main;
+    library.setup_table_cache = SetupTableCache{};
+    build_setup_table(library, analysis);
+    EXPECT_TRUE(reused == main) << change.name;
+    EXPECT_FALSE(reused == before) << change.name << " should change the table";
+  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/kernel_choice.h"
 #include "resize/resize_exec.h"
 #include "support/pictures.h"
 
@@ -155,6 +156,36 @@ TEST(Resize, SweepOfSizesStaysInsideThePlannedBuffers) {
       for (int nw : sizes)
         for (int nh : {1, 7, 96, 500}) resize(p, nw, nh);
     }
+}
+
+// The vector passes give the plain passes' bytes, for every kernel, on
+// sizes whose rows end inside a block of eight and whose last columns fall
+// back to the plain pass.
+TEST(Resize, VectorPassesMatchThePlainOnes) {
+  const struct {
+    int src_w, src_h, w, h;
+  } cases[] = {
+      {333, 47, 500, 70},     // kernel 1
+      {640, 480, 451, 339},   // kernel 2
+      {640, 480, 320, 240},   // kernel 2 at a half
+      {640, 480, 250, 187},   // kernel 3
+      {1001, 301, 334, 100},  // kernel 3 near a third
+      {640, 480, 157, 118},   // kernel 4, few taps
+      {997, 13, 61, 5},       // kernel 4, many taps
+      {9, 700, 5, 350},       // a cut too narrow for a block
+  };
+  bool kernels[5] = {};
+  for (const auto& c : cases) {
+    kernels[plan_of(c.src_w, c.src_h, c.w, c.h).kernel] = true;
+    const testing::TestPicture p = testing::noise_picture(c.src_w, c.src_h, 5);
+    platform::force_plain_kernels(true);
+    const Resized plain = resize(p, c.w, c.h);
+    const bool vector = platform::force_plain_kernels(false);
+    const Resized fast = resize(p, c.w, c.h);
+    EXPECT_TRUE(plain.pixels == fast.pixels)
+        << c.src_w << "x" << c.src_h << " to " << c.w << "x" << c.h << (vector ? "" : " (plain)");
+  }
+  EXPECT_TRUE(kernels[1] && kernels[2] && kernels[3] && kernels[4]);
 }
 
 TEST(Resize, RefusesMissingBuffersAndEmptySizes) {

@@ -14,6 +14,7 @@
 #include "autosetup/analysis.h"
 #include "colour/table_limits.h"
 #include "setup/pixel_pass.h"
+#include "setup/planar_pass.h"
 #include "support/colour_tables.h"
 #include "support/pictures.h"
 
