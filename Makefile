@@ -18,6 +18,9 @@
 #                the Windows checks: both DLLs' export tables, and the 64-bit
 #                test programs and host program under wine64, the host's
 #                output compared byte for byte with the native build's
+#   make coverage
+#                every test in a coverage build (build-coverage/), then the
+#                line and branch coverage of src/ and cli/ (gcovr)
 #   make clean   remove the build folders
 
 BUILD      ?= build
@@ -59,7 +62,7 @@ WINE_ENV := WINEPREFIX=$(abspath $(WIN64_BUILD))/wineprefix WINEDEBUG=-all \
             WINEDLLOVERRIDES="mscoree,mshtml="
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: deps test-deps bench-deps windows-deps install-missing configure build check test asan demo \
+.PHONY: coverage deps test-deps bench-deps windows-deps install-missing configure build check test asan demo \
         format fuzz bench bench-build windows check-windows clean
 
 deps:
@@ -141,5 +144,21 @@ check-windows: build windows
 	$(WINE_ENV) $(WINE64) wineboot --init >/dev/null 2>&1 || true
 	$(WINE_ENV) ctest --test-dir $(WIN64_BUILD) --output-on-failure -j $(JOBS)
 
+# Line and branch coverage of the library and the tool by every test (GCC's
+# --coverage, read by gcovr): the summary, and coverage/index.html.
+COVERAGE_BUILD ?= build-coverage
+coverage: test-deps
+	@$(MAKE) install-missing PACKAGES="gcovr"
+	cmake -S . -B $(COVERAGE_BUILD) -DCMAKE_BUILD_TYPE=Debug \
+	  -DCMAKE_C_FLAGS=--coverage -DCMAKE_CXX_FLAGS=--coverage \
+	  -DCMAKE_EXE_LINKER_FLAGS=--coverage -DCMAKE_SHARED_LINKER_FLAGS=--coverage \
+	  -DCMAKE_MODULE_LINKER_FLAGS=--coverage $(CMAKE_ARGS)
+	cmake --build $(COVERAGE_BUILD) -j $(JOBS)
+	find $(COVERAGE_BUILD) -name '*.gcda' -delete
+	ctest --test-dir $(COVERAGE_BUILD) -j $(JOBS) || true
+	mkdir -p coverage
+	gcovr -r . $(COVERAGE_BUILD) --filter 'src/' --filter 'cli/' --exclude-unreachable-branches \
+	  --exclude-throw-branches --print-summary --html-details coverage/index.html -j $(JOBS)
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz build-bench $(WIN32_BUILD) $(WIN64_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(COVERAGE_BUILD) coverage build-fuzz build-bench $(WIN32_BUILD) $(WIN64_BUILD)
