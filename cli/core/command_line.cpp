@@ -67,6 +67,10 @@ bool adjustment_option(Arguments& args, Adjustments& a) {
     a.contrast = parse_number(value, "--contrast", -30, 30);
   } else if (args.option("--saturation", value)) {
     a.saturation = parse_number(value, "--saturation", -150, 150);
+  } else if (args.option("--blue-shift", value)) {
+    a.blue_shift = parse_number(value, "--blue-shift", -7, 7);
+  } else if (args.option("--red-shift", value)) {
+    a.red_shift = parse_number(value, "--red-shift", -7, 7);
   } else {
     return false;
   }

@@ -40,7 +40,8 @@ class Arguments {
 int parse_number(const std::string& text, const char* option, int min, int max, int base = 10);
 
 // Takes the next argument if it is one of the analysis options (--mode,
-// --level, --contrast, --saturation) and stores its value.
+// --level, --contrast, --saturation, --blue-shift, --red-shift) and stores
+// its value.
 bool adjustment_option(Arguments& args, Adjustments& adjustments);
 
 // The help lines of those options.
@@ -49,6 +50,8 @@ inline constexpr const char* kAdjustmentHelp =
     "  --level N           brightness adjustment, 70..130 (default 100, neutral)\n"
     "  --contrast N        contrast adjustment, -30..30 (default 0)\n"
     "  --saturation N      saturation adjustment, -150..150 (default 0)\n"
+    "  --blue-shift N      colour shift toward blue (or yellow, below 0), -7..7 (default 0)\n"
+    "  --red-shift N       colour shift toward red (or cyan, below 0), -7..7 (default 0)\n"
     "  --no-exif           ignore the file's Exif shooting values (flash, brightness)\n";
 
 // "R,G,B" balance steps, each within [min, max].

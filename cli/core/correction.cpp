@@ -128,11 +128,17 @@ void set_standard_input(std::string bytes) { g_standard_input = std::move(bytes)
 std::string tool_mark() { return std::string("zkimgset ") + ZKIMGSET_CLI_VERSION; }
 
 std::string settings_text(const RunSettings& s) {
-  char text[160];
-  std::snprintf(text, sizeof text, "mode 0x%02X, level %d, contrast %d, saturation %d, %s",
-                s.adjustments.mode, s.adjustments.level, s.adjustments.contrast,
-                s.adjustments.saturation, s.use_exif ? "Exif shooting values" : "Exif ignored");
-  return text;
+  const Adjustments& a = s.adjustments;
+  char text[200];
+  std::snprintf(text, sizeof text, "mode 0x%02X, level %d, contrast %d, saturation %d", a.mode,
+                a.level, a.contrast, a.saturation);
+  std::string out = text;
+  // The colour shifts are named only when set, so that the usual settings
+  // read as they always have.
+  if (a.blue_shift != 0 || a.red_shift != 0)
+    out += ", blue shift " + std::to_string(a.blue_shift) + ", red shift " +
+           std::to_string(a.red_shift);
+  return out + (s.use_exif ? ", Exif shooting values" : ", Exif ignored");
 }
 
 JobResult correct_job(const Job& job, const RunSettings& settings) {

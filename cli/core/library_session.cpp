@@ -122,7 +122,7 @@ void configure_library(const Adjustments& a) {
   std::uint8_t grey[16 * 16 * 3];
   std::memset(grey, 128, sizeof grey);
   const int status = ImageSetupExecEx(grey, 16, 16, 16 * 3, 24, 0, a.mode, a.level, a.contrast,
-                                      a.saturation, 0, 0, 0, 0, 0);
+                                      a.saturation, a.blue_shift, a.red_shift, 0, 0, 0);
   if (status != ZKIMGSET_OK && status != ZKIMGSET_SOURCE_MARK &&
       (status < ZKIMGSET_SERVICE_MISSING || status > ZKIMGSET_SERVICE_NO_RESULT))
     throw Failure("the library cannot set up pictures: " + status_message(status));
@@ -144,6 +144,11 @@ void configure_library(const Adjustments& a) {
 //   and the conversion mode are never changed by the tool.
 // - DumpAutoSetupParam, ResizeExec and the byte-order conversions keep no
 //   state.
+bool neutral(const Adjustments& a) {
+  return a.level == 100 && a.contrast == 0 && a.saturation == 0 && a.blue_shift == 0 &&
+         a.red_shift == 0;
+}
+
 void restore_library(const Adjustments& adjustments) {
   ExifParamEx unused{};
   GetExifParamEx("", &unused);

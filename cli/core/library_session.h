@@ -14,13 +14,21 @@
 namespace zkcli {
 
 // The host's adjustments: the analysis stages (setup_mode) and the stored
-// level, contrast and saturation adjustments.
+// level, contrast and saturation adjustments and colour shifts (the blue
+// shift moves every colour toward blue, or toward yellow when negative; the
+// red shift toward red, or cyan).
 struct Adjustments {
   int mode = ZKIMGSET_SETUP_FULL;
   int level = 100;
   int contrast = 0;
   int saturation = 0;
+  int blue_shift = 0;
+  int red_shift = 0;
+  friend bool operator==(const Adjustments&, const Adjustments&) = default;
 };
+
+// Whether the adjustments leave a picture as the analysis alone would.
+bool neutral(const Adjustments& adjustments);
 
 // Stores the adjustments in the library. Failure when the library refuses
 // them (its colour tables did not load).

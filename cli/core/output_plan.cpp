@@ -113,7 +113,10 @@ std::vector<Job> plan_jobs(const std::vector<Input>& inputs, const PlanOptions& 
   std::vector<Job> jobs;
   std::set<std::string> outputs;
   for (const Input& input : inputs) {
-    Job job{input.path, input.path, o.format, o.destination == Destination::InPlace, {}, {}};
+    Job job;
+    job.input = job.output = input.path;
+    job.format = o.format;
+    job.in_place = o.destination == Destination::InPlace;
     if (input.path == kStandardStream && o.destination != Destination::File)
       throw UsageError("a picture from standard input needs -o OUT (or -o - for standard output)");
     if (o.destination == Destination::File) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/library_session.h"
 #include "files/picture_file.h"
 
 namespace zkcli {
@@ -43,6 +44,13 @@ struct Job {
   bool in_place = false;
   std::string problem;  // set when the job must fail before it starts
   std::string skip;     // set when the job is skipped (--no-clobber)
+  // A run from a review's decisions: the decision ("accept", "adjust",
+  // "reject"), the adjustments of an adjusted picture (else the run's), and
+  // for an accepted one the earlier output that is copied instead of
+  // correcting the input again.
+  std::string decision;
+  std::optional<Adjustments> adjustments;
+  std::string copy_from;
 };
 
 enum class Destination { File, Folder, InPlace };

@@ -33,8 +33,11 @@ std::string cast_name(int cb, int cr) {
   return cr > 0 ? "red" : "cyan";
 }
 
-bool neutral(const Adjustments& a) {
-  return a.level == 100 && a.contrast == 0 && a.saturation == 0;
+// "[41.2,98.0]": a measure before and after, to a tenth.
+std::string pair_json(double before, double after) {
+  char text[64];
+  std::snprintf(text, sizeof text, "[%.1f,%.1f]", before, after);
+  return text;
 }
 
 void add_array(std::string& out, const char* name, const std::vector<std::string>& items) {
@@ -179,12 +182,31 @@ std::string summary_json(const PictureSummary& s) {
            ",\"setup_mode_after\":" + std::to_string(s.mode_after) + "}";
   }
   add_array(out, "notes", s.notes);
+  if (s.review.measured) {
+    const PictureReview& r = s.review;
+    out += ",\"review\":{\"mean_level\":" + pair_json(r.mean_before, r.mean_after) +
+           ",\"shadows_percent\":" + pair_json(r.shadows_before, r.shadows_after) +
+           ",\"highlights_percent\":" + pair_json(r.highlights_before, r.highlights_after);
+    add_array(out, "warnings", r.warnings);
+    out += "}";
+  }
+  if (!s.decision.empty()) out += ",\"decision\":" + json_string(s.decision);
+  if (s.adjustments) out += ",\"adjustments\":" + adjustments_json(*s.adjustments);
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.3f", s.seconds);
   return out + ",\"seconds\":" + seconds + "}";
 }
 
+std::string adjustments_json(const Adjustments& a) {
+  return "{\"level\":" + std::to_string(a.level) + ",\"contrast\":" + std::to_string(a.contrast) +
+         ",\"saturation\":" + std::to_string(a.saturation) +
+         ",\"blue_shift\":" + std::to_string(a.blue_shift) +
+         ",\"red_shift\":" + std::to_string(a.red_shift) + "}";
+}
+
 std::string pack_summary(const PictureSummary& s) {
+  const PictureReview& r = s.review;
+  const Adjustments a = s.adjustments.value_or(Adjustments{});
   std::string out;
   for (const std::string& v :
        {s.input, s.output, std::to_string(static_cast<int>(s.outcome)), s.reason, s.format_in,
@@ -192,19 +214,26 @@ std::string pack_summary(const PictureSummary& s) {
         std::to_string(s.mode_after), std::to_string(s.mid_grey_to),
         std::to_string(s.contrast_percent), std::to_string(s.cb), std::to_string(s.cr),
         std::to_string(s.saturation_percent), std::to_string(s.seconds),
-        std::to_string(s.changes.size()), std::to_string(s.notes.size())})
+        std::to_string(r.measured), std::to_string(r.mean_before), std::to_string(r.mean_after),
+        std::to_string(r.shadows_before), std::to_string(r.shadows_after),
+        std::to_string(r.highlights_before), std::to_string(r.highlights_after), s.decision,
+        std::to_string(s.adjustments.has_value()), std::to_string(a.mode), std::to_string(a.level),
+        std::to_string(a.contrast), std::to_string(a.saturation), std::to_string(a.blue_shift),
+        std::to_string(a.red_shift), std::to_string(s.changes.size()),
+        std::to_string(s.notes.size()), std::to_string(r.warnings.size())})
     field(out, v);
-  for (const std::string& c : s.changes) field(out, c);
-  for (const std::string& n : s.notes) field(out, n);
+  for (const auto* list : {&s.changes, &s.notes, &r.warnings})
+    for (const std::string& item : *list) field(out, item);
   return out;
 }
 
 bool unpack_summary(const std::string& in, PictureSummary& s) {
   std::size_t at = 0;
-  std::string v[18];
+  std::string v[34];
   for (std::string& f : v)
     if (!next_field(in, at, f)) return false;
   auto number = [](const std::string& t) { return std::atoi(t.c_str()); };
+  auto real = [](const std::string& t) { return std::atof(t.c_str()); };
   s.input = v[0];
   s.output = v[1];
   s.outcome = static_cast<Outcome>(number(v[2]));
@@ -220,13 +249,26 @@ bool unpack_summary(const std::string& in, PictureSummary& s) {
   s.cb = number(v[12]);
   s.cr = number(v[13]);
   s.saturation_percent = number(v[14]);
-  s.seconds = std::atof(v[15].c_str());
-  s.changes.resize(static_cast<std::size_t>(number(v[16])));
-  s.notes.resize(static_cast<std::size_t>(number(v[17])));
-  for (std::string& c : s.changes)
-    if (!next_field(in, at, c)) return false;
-  for (std::string& n : s.notes)
-    if (!next_field(in, at, n)) return false;
+  s.seconds = real(v[15]);
+  PictureReview& r = s.review;
+  r.measured = number(v[16]) != 0;
+  r.mean_before = real(v[17]);
+  r.mean_after = real(v[18]);
+  r.shadows_before = real(v[19]);
+  r.shadows_after = real(v[20]);
+  r.highlights_before = real(v[21]);
+  r.highlights_after = real(v[22]);
+  s.decision = v[23];
+  s.adjustments.reset();
+  if (number(v[24]) != 0)
+    s.adjustments = Adjustments{number(v[25]), number(v[26]), number(v[27]),
+                                number(v[28]), number(v[29]), number(v[30])};
+  s.changes.resize(static_cast<std::size_t>(number(v[31])));
+  s.notes.resize(static_cast<std::size_t>(number(v[32])));
+  r.warnings.resize(static_cast<std::size_t>(number(v[33])));
+  for (auto* list : {&s.changes, &s.notes, &r.warnings})
+    for (std::string& item : *list)
+      if (!next_field(in, at, item)) return false;
   return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include <zkimgset/zkimgset.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,20 @@ inline constexpr int kShadowLevel = 64, kHighlightLevel = 192;
 // The saturation coefficient that leaves saturation unchanged.
 inline constexpr int kNeutralSaturation = 1024;
 
+// How the correction changed the picture's pixels, measured over the whole
+// picture before and after it (when a report is written). The review page
+// sorts by these and warns with them.
+struct PictureReview {
+  bool measured = false;
+  double mean_before = 0, mean_after = 0;  // mean luminance, in levels
+  // Percent of the pixels with a channel at 0 (shadows) or 255 (highlights).
+  double shadows_before = 0, shadows_after = 0;
+  double highlights_before = 0, highlights_after = 0;
+  // What an operator should look at, one phrase each: "highlights clipped:
+  // 0.3% -> 4.8% of pixels", "dark scene brightened: mean level 41 -> 98".
+  std::vector<std::string> warnings;
+};
+
 struct PictureSummary {
   std::string input;   // as given ("-" for standard input)
   std::string output;  // as written ("-" for standard output); "" when nothing was written
@@ -51,6 +66,11 @@ struct PictureSummary {
   // Recoverable warnings while reading, and metadata not carried over.
   std::vector<std::string> notes;
   double seconds = 0;
+  PictureReview review;
+  // In a run from a review's decisions: the decision, and the adjustments
+  // an adjusted picture was corrected with.
+  std::string decision;
+  std::optional<Adjustments> adjustments;
 };
 
 // Fills the numbers and words of a correction, and decides whether there is
@@ -68,6 +88,9 @@ std::string summary_text(const PictureSummary& summary);
 
 // One JSON object on one line.
 std::string summary_json(const PictureSummary& summary);
+
+// {"level":110,"contrast":5,"saturation":0,"blue_shift":0,"red_shift":-2}
+std::string adjustments_json(const Adjustments& adjustments);
 
 // The summary as it crosses from a worker to the parent, and back.
 std::string pack_summary(const PictureSummary& summary);
