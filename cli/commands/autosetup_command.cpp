@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -12,6 +13,7 @@
 #include "core/command_line.h"
 #include "core/correction.h"
 #include "core/output_plan.h"
+#include "core/picture_review.h"
 #include "core/progress.h"
 #include "core/run_output.h"
 #include "core/tool_limits.h"
@@ -141,6 +143,11 @@ std::optional<Options> parse(int argc, char** argv, int first) {
     throw UsageError("standard input (-) can be read once");
   if (o.jobs == 0) o.jobs = available_cores();
   o.settings.report = !o.report.empty();
+  if (o.settings.report) {
+    std::error_code error;
+    o.settings.report_folder =
+        std::filesystem::absolute(o.report, error).lexically_normal().parent_path().string();
+  }
   return o;
 }
 
@@ -162,9 +169,30 @@ JobResult unpack(std::size_t index, const std::vector<Job>& jobs, const TaskResu
   result.summary.input = jobs[index].input;
   result.summary.outcome = Outcome::Failed;
   result.summary.reason = r.message;
-  result.report_section =
-      render_failure_section(jobs[index].input, std::string("failed: ") + r.message);
   return result;
+}
+
+// The page's head and what its decisions file repeats of the run.
+RunSummary run_summary(const Options& o, const RunCounts& c, double seconds) {
+  RunSummary r;
+  r.settings = settings_text(o.settings);
+  r.version = ZKIMGSET_CLI_VERSION;
+  r.corrected = c.corrected;
+  r.unchanged = c.unchanged;
+  r.failed = c.failed;
+  r.skipped = c.skipped;
+  r.seconds = seconds;
+  std::error_code error;
+  r.base = std::filesystem::current_path(error).string();
+  r.report = o.report;
+  r.adjustments = o.settings.adjustments;
+  r.use_exif = o.settings.use_exif;
+  r.quality = o.settings.quality;
+  // The page's path and the time it was made: a new page starts with no
+  // decisions, a reopened one finds its own.
+  r.run_id = std::to_string(std::chrono::system_clock::now().time_since_epoch().count()) + ":" +
+             r.base + "/" + o.report;
+  return r;
 }
 
 }  // namespace
@@ -180,6 +208,7 @@ int run_autosetup(int argc, char** argv, int first) {
     throw UsageError("standard output is a terminal: redirect it to a file or a program");
   const Expansion expansion = expand_inputs(o.inputs, o.recursive);
   std::vector<Job> jobs = plan_jobs(expansion.inputs, o.plan);
+  for (std::size_t i = 0; i < jobs.size(); ++i) jobs[i].index = i;
   if (jobs.empty() && expansion.skipped.empty())
     throw UsageError("no pictures in " + o.inputs.front());
   for (Job& job : jobs) {
@@ -200,7 +229,7 @@ int run_autosetup(int argc, char** argv, int first) {
 
   RunOutput out("autosetup", picture_to_stdout ? stderr : stdout, o.verbosity, o.json);
   out.skipped_before(expansion.skipped);
-  std::vector<std::string> sections(jobs.size());
+  std::vector<ReportEntry> entries(jobs.size());
   Progress progress(jobs.size(), stderr,
                     !o.json && o.verbosity != Verbosity::Quiet && isatty(STDERR_FILENO) != 0);
   run_in_processes(
@@ -212,7 +241,9 @@ int run_autosetup(int argc, char** argv, int first) {
       [&](std::size_t i, const TaskResult& r) {
         JobResult result = unpack(i, jobs, r);
         out.picture(result.summary, progress);
-        sections[i] = std::move(result.report_section);
+        const PictureSummary& s = result.summary;
+        entries[i] = {s.outcome, s.input, s.reason, std::move(result.report_section),
+                      review_priority(s)};
       },
       [&] { restore_library(o.settings.adjustments); });
   progress.close();
@@ -221,16 +252,11 @@ int run_autosetup(int argc, char** argv, int first) {
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   out.finish(jobs.size(), seconds, settings_text(o.settings));
   if (!o.report.empty()) {
-    const RunCounts& c = out.counts();
-    const RunSummary summary{settings_text(o.settings),
-                             ZKIMGSET_CLI_VERSION,
-                             c.corrected,
-                             c.failed,
-                             seconds,
-                             c.unchanged,
-                             c.skipped};
+    for (const Skip& skip : expansion.skipped)
+      entries.push_back({Outcome::Skipped, skip.path, skip.reason, "", 0});
     try {
-      write_atomically(o.report, render_report_page(summary, sections));
+      write_atomically(o.report,
+                       render_report_page(run_summary(o, out.counts(), seconds), entries));
       out.note("Report: " + o.report);
     } catch (const Failure& e) {
       std::fprintf(stderr, "zkimgset: %s\n", e.what());

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "core/picture_review.h"
 #include "core/tool_limits.h"
 #include "files/atomic_output.h"
 #include "files/input_file.h"
@@ -88,6 +89,7 @@ void correct(const Job& job, const RunSettings& settings, Clock::time_point star
   if (settings.report) report = report_before(picture, record, shot, figures);
 
   const EncodeOptions options{settings.quality, job.in_place ? tool_mark() : ""};
+  std::string backup;
   if (summary.outcome == Outcome::Unchanged) {
     // Nothing to do: an in-place input stays as it is; another output gets
     // the input's own bytes when its format is the input's.
@@ -99,18 +101,23 @@ void correct(const Job& job, const RunSettings& settings, Clock::time_point star
   } else {
     apply_correction(picture, record);
     const std::string encoded = encode_picture(picture, target, options);
-    if (job.in_place && settings.backup) make_backup(job.input, settings.backup_suffix, bytes);
+    if (job.in_place && settings.backup) {
+      make_backup(job.input, settings.backup_suffix, bytes);
+      backup = job.input + settings.backup_suffix;
+    }
     write_output(job.output, encoded);
     summary.output = job.output;
   }
   summary.notes = picture.notes;
   if (report) {
     report_after(*report, picture);
-    report->input = job.input;
-    report->output = summary.output;
-    report->summary = summary_text(summary);
-    report->seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    result.report_section = render_picture_section(*report);
+    review_correction(summary.review, report->histograms_before, report->histograms_after);
+    summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    report->index = job.index;
+    report->summary = summary;
+    report->files = report_files(job, summary, settings.report_folder, backup);
+    report->adjustments = job.adjustments.value_or(settings.adjustments);
+    result.report_section = render_picture_card(*report);
   }
 }
 
@@ -155,9 +162,6 @@ JobResult correct_job(const Job& job, const RunSettings& settings) {
     result.summary.output.clear();
   }
   result.summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  if (settings.report && result.report_section.empty())
-    result.report_section = render_failure_section(
-        job.input, std::string(outcome_key(result.summary.outcome)) + ": " + result.summary.reason);
   return result;
 }
 

@@ -15,15 +15,16 @@ struct RunSettings {
   Adjustments adjustments;
   bool use_exif = true;
   int quality = 95;
-  bool report = false;  // render the picture's report section
-  bool force = false;   // correct pictures that carry the correction mark
-  bool backup = false;  // keep an in-place input as input + backup_suffix
+  bool report = false;        // render the picture's card for the review page
+  std::string report_folder;  // the page's folder, absolute: links start there
+  bool force = false;         // correct pictures that carry the correction mark
+  bool backup = false;        // keep an in-place input as input + backup_suffix
   std::string backup_suffix = "~";
 };
 
 struct JobResult {
   PictureSummary summary;
-  std::string report_section;
+  std::string report_section;  // the picture's card, when analysed for a report
 };
 
 // The picture of job, corrected and written; what happened, with the reason

@@ -128,6 +128,12 @@ std::vector<Job> plan_jobs(const std::vector<Input>& inputs, const PlanOptions& 
       if (o.format) name = name.substr(0, name.rfind('.')) + format_extension(*o.format);
       job.output = with_slash(o.target) + input.relative_folder + name;
     }
+    if (job.output != kStandardStream)
+      job.name = input.relative_folder + base_name(job.output);
+    else if (input.path != kStandardStream)
+      job.name = base_name(input.path);
+    else
+      job.name = std::string("picture") + format_extension(job.format.value_or(Format::Jpeg));
     if (job.output != kStandardStream &&
         !outputs.insert(fs::absolute(job.output).lexically_normal().string()).second)
       throw UsageError("two pictures would be written to " + job.output);

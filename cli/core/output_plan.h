@@ -38,8 +38,12 @@ struct Expansion {
 Expansion expand_inputs(const std::vector<std::string>& given, bool recursive);
 
 struct Job {
+  std::size_t index = 0;  // the job's place in its run
   std::string input;
   std::string output;
+  // The output's path below the run's destination ("a.jpg", "sub/b.png"):
+  // where a later run from a review's decisions puts the picture.
+  std::string name;
   std::optional<Format> format;  // the output's format; nothing: the input's
   bool in_place = false;
   std::string problem;  // set when the job must fail before it starts

@@ -208,19 +208,40 @@ std::string pack_summary(const PictureSummary& s) {
   const PictureReview& r = s.review;
   const Adjustments a = s.adjustments.value_or(Adjustments{});
   std::string out;
-  for (const std::string& v :
-       {s.input, s.output, std::to_string(static_cast<int>(s.outcome)), s.reason, s.format_in,
-        s.format_out, std::to_string(s.width), std::to_string(s.height), std::to_string(s.analysed),
-        std::to_string(s.mode_after), std::to_string(s.mid_grey_to),
-        std::to_string(s.contrast_percent), std::to_string(s.cb), std::to_string(s.cr),
-        std::to_string(s.saturation_percent), std::to_string(s.seconds),
-        std::to_string(r.measured), std::to_string(r.mean_before), std::to_string(r.mean_after),
-        std::to_string(r.shadows_before), std::to_string(r.shadows_after),
-        std::to_string(r.highlights_before), std::to_string(r.highlights_after), s.decision,
-        std::to_string(s.adjustments.has_value()), std::to_string(a.mode), std::to_string(a.level),
-        std::to_string(a.contrast), std::to_string(a.saturation), std::to_string(a.blue_shift),
-        std::to_string(a.red_shift), std::to_string(s.changes.size()),
-        std::to_string(s.notes.size()), std::to_string(r.warnings.size())})
+  for (const std::string& v : {s.input,
+                               s.output,
+                               std::to_string(static_cast<int>(s.outcome)),
+                               s.reason,
+                               s.format_in,
+                               s.format_out,
+                               std::to_string(s.width),
+                               std::to_string(s.height),
+                               std::to_string(s.analysed),
+                               std::to_string(s.mode_after),
+                               std::to_string(s.mid_grey_to),
+                               std::to_string(s.contrast_percent),
+                               std::to_string(s.cb),
+                               std::to_string(s.cr),
+                               std::to_string(s.saturation_percent),
+                               std::to_string(s.seconds),
+                               std::to_string(r.measured),
+                               std::to_string(r.mean_before),
+                               std::to_string(r.mean_after),
+                               std::to_string(r.shadows_before),
+                               std::to_string(r.shadows_after),
+                               std::to_string(r.highlights_before),
+                               std::to_string(r.highlights_after),
+                               s.decision,
+                               std::to_string(s.adjustments.has_value()),
+                               std::to_string(a.mode),
+                               std::to_string(a.level),
+                               std::to_string(a.contrast),
+                               std::to_string(a.saturation),
+                               std::to_string(a.blue_shift),
+                               std::to_string(a.red_shift),
+                               std::to_string(s.changes.size()),
+                               std::to_string(s.notes.size()),
+                               std::to_string(r.warnings.size())})
     field(out, v);
   for (const auto* list : {&s.changes, &s.notes, &r.warnings})
     for (const std::string& item : *list) field(out, item);

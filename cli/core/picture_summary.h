@@ -39,7 +39,7 @@ inline constexpr int kNeutralSaturation = 1024;
 struct PictureReview {
   bool measured = false;
   double mean_before = 0, mean_after = 0;  // mean luminance, in levels
-  // Percent of the pixels with a channel at 0 (shadows) or 255 (highlights).
+  // Percent of the pixels clipped to black (shadows) or white (highlights).
   double shadows_before = 0, shadows_after = 0;
   double highlights_before = 0, highlights_after = 0;
   // What an operator should look at, one phrase each: "highlights clipped:

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "report/report_html.h"
+
 namespace zkcli {
 namespace {
 
@@ -10,7 +12,7 @@ ReportImage thumbnail(const Picture& picture, std::vector<std::uint8_t>* pixels 
   ReportImage image;
   std::vector<std::uint8_t> rgb =
       scaled_copy(picture, kReportThumbWidth, kReportThumbHeight, image.width, image.height);
-  image.jpeg = encode_jpeg(rgb.data(), image.width, image.height, 85);
+  image.jpeg = encode_jpeg(rgb.data(), image.width, image.height, kReportThumbQuality);
   if (pixels != nullptr) *pixels = std::move(rgb);
   return image;
 }
@@ -42,17 +44,19 @@ std::vector<std::uint8_t> subject_cells(const std::vector<std::uint8_t>& rgb, in
   return mask;
 }
 
+// Browsers show JPEG and PNG files, not TIFF.
+bool browser_shows(const std::string& format) { return format == "jpeg" || format == "png"; }
+
 }  // namespace
 
 PictureReport report_before(const Picture& picture, const AutoSetupParam& record,
                             const ShootingValues& shot, const Figures& figures) {
   PictureReport report;
-  report.width = picture.width;
-  report.height = picture.height;
   report.record = record;
   report.exif_used = shot.from_file;
   report.camera = shot.camera;
   report.figures = figures;
+  report.histograms_before = measure_histograms(picture);
   std::vector<std::uint8_t> pixels;
   report.before = thumbnail(picture, &pixels);
   report.subject_mask =
@@ -62,6 +66,35 @@ PictureReport report_before(const Picture& picture, const AutoSetupParam& record
 
 void report_after(PictureReport& report, const Picture& corrected) {
   report.after = thumbnail(corrected);
+  report.histograms_after = measure_histograms(corrected);
+}
+
+ReportFiles report_files(const Job& job, const PictureSummary& s, const std::string& report_folder,
+                         const std::string& backup) {
+  ReportFiles f;
+  const bool from_stdin = job.input == kStandardStream;
+  // The original as it is now: replaced in place, it lives on only in its
+  // backup.
+  if (job.in_place && s.outcome != Outcome::Unchanged)
+    f.original = backup;
+  else if (!from_stdin)
+    f.original = job.input;
+  if (!f.original.empty()) {
+    f.before_link = relative_link(report_folder, f.original);
+    f.before_viewable = browser_shows(s.format_in);
+  }
+  if (!s.output.empty() && s.output != kStandardStream) {
+    f.output = s.output;
+    f.after_link = relative_link(report_folder, s.output);
+    f.after_viewable = browser_shows(s.format_out);
+  } else if (job.in_place && s.outcome == Outcome::Unchanged) {
+    // Left as it was: the input is the result.
+    f.output = job.input;
+    f.after_link = f.before_link;
+    f.after_viewable = f.before_viewable;
+  }
+  f.name = job.name;
+  return f;
 }
 
 }  // namespace zkcli

@@ -17,8 +17,6 @@ PlotArea chart_area(double x_min, double x_max, double y_min, double y_max) {
   return {x_min, x_max, y_min, y_max, 44, 10, 246, 248};
 }
 
-constexpr int kNeutralSaturation = 1024;
-
 }  // namespace
 
 std::string tone_curve_plot(std::span<const std::uint8_t, 256> tone,
@@ -115,6 +113,36 @@ std::string saturation_plot(std::span<const std::int16_t, 100> coefficients) {
            Anchor::kEnd);
   svg.axis_titles(area, "index", "coefficient");
   return svg.finish();
+}
+
+std::string histogram_plot(const Histograms& h, std::string_view title) {
+  constexpr int kBins = 64, kLevels = 256 / kBins;
+  constexpr double kWidth = 256, kHeight = 64, kBinWidth = kWidth / kBins;
+  double bins[4][kBins] = {};
+  for (int c = 0; c < 4; ++c)
+    for (int level = 0; level < 256; ++level) bins[c][level / kLevels] += h.counts[c][level];
+  double scale = 0;
+  for (int pass = 0; pass < 2 && scale == 0; ++pass)
+    for (const auto& channel : bins)
+      for (int i = pass == 0 ? 1 : 0; i < (pass == 0 ? kBins - 1 : kBins); ++i)
+        scale = std::max(scale, channel[i]);
+  auto y = [&](double count) {
+    return scale == 0 ? kHeight : kHeight - std::min(1.0, count / scale) * (kHeight - 2);
+  };
+  SvgCanvas svg(kWidth, kHeight, "hist", title);
+  static constexpr const char* kClasses[] = {"red", "green", "blue"};
+  std::vector<Point> luma{{0, kHeight}};
+  for (int i = 0; i < kBins; ++i) luma.push_back({(i + 0.5) * kBinWidth, y(bins[3][i])});
+  luma.push_back({kWidth, kHeight});
+  svg.polygon(luma, "luma");
+  for (int c = 0; c < 3; ++c) {
+    std::vector<Point> line;
+    for (int i = 0; i < kBins; ++i) line.push_back({(i + 0.5) * kBinWidth, y(bins[c][i])});
+    svg.polyline(line, kClasses[c]);
+  }
+  // Stretched to the width the page gives it, whatever its height.
+  std::string html = svg.finish();
+  return html.insert(4, " preserveAspectRatio=\"none\"");
 }
 
 }  // namespace zkcli

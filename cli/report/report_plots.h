@@ -1,10 +1,13 @@
-// The report's three charts of a picture's correction, as inline SVG.
+// The review page's charts of a picture's correction, as inline SVG.
 #pragma once
 
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "core/picture_review.h"
 
 namespace zkcli {
 
@@ -25,5 +28,11 @@ std::string colour_balance_plot(int cb, int cr);
 
 // The saturation coefficients by index, against the neutral 1024.
 std::string saturation_plot(std::span<const std::int16_t, 100> coefficients);
+
+// The picture's red, green, blue and luminance histograms: the luminance
+// filled, the channels as lines, over 64 bins of 4 levels. Heights are
+// scaled to the fullest bin between the ends, so that a spike of clipped
+// pixels at 0 or 255 shows as a full bar without flattening the rest.
+std::string histogram_plot(const Histograms& histograms, std::string_view title);
 
 }  // namespace zkcli

@@ -1,5 +1,5 @@
-// The HTML report: escaping, inline images, the charts' geometry and the
-// subject outline.
+// The review page: escaping, inline images, the charts' geometry, the
+// subject outline, the cards' data for sorting, and links to the files.
 #include "report/report.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "report/base64.h"
+#include "report/report_html.h"
 #include "report/report_plots.h"
 #include "report/svg_plot.h"
 
@@ -37,10 +38,16 @@ double attribute_of(const std::string& svg, const std::string& css_class,
 
 PictureReport sample_picture() {
   PictureReport p;
-  p.input = "in/holiday.jpg";
-  p.output = "out/holiday.jpg";
-  p.width = 4000;
-  p.height = 3000;
+  p.index = 7;
+  p.summary.input = "in/holiday.jpg";
+  p.summary.output = "out/holiday.jpg";
+  p.summary.outcome = Outcome::Corrected;
+  p.summary.changes = {"brightened: mid-grey 118 -> 141"};
+  p.summary.width = 4000;
+  p.summary.height = 3000;
+  p.summary.cb = 3;
+  p.summary.cr = -4;
+  p.summary.review = {true, 40, 90, 0, 0, 0.5, 3, {"highlights clipped: 0.5% -> 3.0% of pixels"}};
   p.before = {"\xFF\xD8 before", 4, 3};
   p.after = {"\xFF\xD8 after", 4, 3};
   for (int i = 0; i < 256; ++i) p.record.tone[i] = static_cast<std::uint8_t>(i);
@@ -210,70 +217,96 @@ TEST(ReportCharts, SaturationRangeKeepsNeutralInView) {
   EXPECT_LT(neutral, bottom);
 }
 
-// ---- Sections and page ---------------------------------------------------------
+// ---- Cards and page ------------------------------------------------------------
 
-TEST(ReportSection, ShowsBothThumbnailsChartsAndOutline) {
-  const std::string html = render_picture_section(sample_picture());
+TEST(ReportCard, CarriesWhatThePageSortsAndShowsWithTheOutlineOff) {
+  const std::string html = render_picture_card(sample_picture());
   EXPECT_EQ(count(html, "<img src=\"data:image/jpeg;base64,"), 2);
   EXPECT_NE(html.find(base64_encode("\xFF\xD8 before")), std::string::npos);
-  EXPECT_EQ(count(html, "<svg"), 4);  // the outline and three charts
-  EXPECT_NE(html.find("viewBox=\"0 0 4 3\""), std::string::npos);
+  for (const char* attribute :
+       {"id=\"p7\"", "data-priority=\"1055.0\"", "data-shift=\"50.0\"", "data-cast=\"5.0\"",
+        "data-warn=\"clip\"", "data-status=\"corrected\""})
+    EXPECT_NE(html.find(attribute), std::string::npos) << attribute;
+  EXPECT_EQ(count(html, "class=\"hist\""), 2);
   EXPECT_NE(html.find("d=\"M1 1H3M1 2H3M1 1V2M3 1V2\""), std::string::npos);
-  EXPECT_NE(html.find("areas near the subject level (yy_select)"), std::string::npos);
-  EXPECT_NE(html.find("yy_select 118"), std::string::npos);
-  EXPECT_NE(html.find("yy_av 96"), std::string::npos);
-  EXPECT_NE(html.find("0xDF"), std::string::npos);
-  EXPECT_NE(html.find("not used"), std::string::npos);
+  EXPECT_NE(html.find("class=\"outline-toggle\""), std::string::npos);
+  EXPECT_EQ(html.find("show-outline"), std::string::npos) << "the outline starts hidden";
+  EXPECT_NE(html.find("<th>yy_select</th><td>118</td><td>level of the subject"), std::string::npos);
+  EXPECT_NE(html.find("highlights clipped: 0.5% -&gt; 3.0% of pixels"), std::string::npos);
 }
 
-class ReportNoSubject : public ::testing::TestWithParam<std::vector<std::uint8_t>> {};
-
-TEST_P(ReportNoSubject, SaysSoInsteadOfDrawing) {
-  PictureReport p = sample_picture();
-  p.subject_mask = GetParam();
-  const std::string html = render_picture_section(p);
-  EXPECT_NE(html.find("no subject selected"), std::string::npos);
-  EXPECT_EQ(html.find("class=\"outline\""), std::string::npos);
-  EXPECT_EQ(count(html, "<svg"), 3);
+TEST(ReportCard, NoSubjectMeansNoOutlineAndNoToggle) {
+  for (const auto& mask : {std::vector<std::uint8_t>{}, std::vector<std::uint8_t>(12, 0)}) {
+    PictureReport p = sample_picture();
+    p.subject_mask = mask;
+    const std::string html = render_picture_card(p);
+    EXPECT_EQ(html.find("class=\"outline\""), std::string::npos);
+    EXPECT_EQ(html.find("outline-toggle"), std::string::npos);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(ReportEmptyMask, ReportNoSubject,
-                         ::testing::Values(std::vector<std::uint8_t>{},
-                                           std::vector<std::uint8_t>(12, 0)));
-
-TEST(ReportSection, NegativeSetupModeShowsItsSixteenBitWord) {
+TEST(ReportCard, NegativeSetupModeShowsItsSixteenBitWord) {
   PictureReport p = sample_picture();
   p.figures = {{"setup_mode", -2}};
-  EXPECT_NE(render_picture_section(p).find("0xFFFE"), std::string::npos);
+  EXPECT_NE(render_picture_card(p).find("0xFFFE"), std::string::npos);
 }
 
 TEST(ReportPage, EscapesHostileNamesAndFetchesNothing) {
   PictureReport p = sample_picture();
-  p.input = "dir/<script>&\"x.jpg";
+  p.summary.input = "dir/<script>&\"x.jpg";
   p.camera = "<img src=x onerror=alert(1)>";
-  const std::vector<std::string> sections = {
-      render_picture_section(p), render_failure_section("<script>&\".png", "bad <b>header</b>")};
-  const std::string page = render_report_page({"mode <0xDF>", "1.0 & more", 1, 1, 0.5}, sections);
-  for (const char* forbidden : {"<script", "http://", "https://", "<b>header", "<img src=x"})
+  RunSummary run;
+  run.settings = "mode <0xDF>";
+  run.base = "/tmp/</script><script>alert(1)</script>";
+  const std::string page =
+      render_report_page(run, {{Outcome::Corrected, p.summary.input, "", render_picture_card(p), 0},
+                               {Outcome::Failed, "<script>&\".png", "bad <b>header</b>", "", 0}});
+  EXPECT_EQ(count(page, "<script"), 2) << "the run's data and the page's own script only";
+  for (const char* forbidden :
+       {"http://", "https://", "<b>header", "<img src=x", "</script><script>"})
     EXPECT_EQ(page.find(forbidden), std::string::npos) << forbidden;
   EXPECT_NE(page.find("&lt;script&gt;&amp;&quot;x.jpg"), std::string::npos);
   EXPECT_NE(page.find("bad &lt;b&gt;header&lt;/b&gt;"), std::string::npos);
   EXPECT_NE(page.find("mode &lt;0xDF&gt;"), std::string::npos);
 }
 
-TEST(ReportPage, WrapsSectionsInTheOrderGiven) {
+TEST(ReportPage, PicturesNeedingALookFirstThenFailuresAndSkipsFoldedAway) {
+  auto entry = [](Outcome outcome, const char* name, double priority) {
+    return ReportEntry{
+        outcome, name, "why",
+        outcome == Outcome::Corrected ? std::string("<article>") + name + "</article>" : "",
+        priority};
+  };
   const std::string page = render_report_page(
-      {"s", "v", 2, 1, 1.5},
-      {"<section>first</section>", "<section>second</section>", "<section>third</section>"});
-  EXPECT_EQ(page.rfind("<!DOCTYPE html>", 0), 0u);
-  EXPECT_NE(page.find("<meta charset=\"utf-8\">"), std::string::npos);
-  EXPECT_NE(page.find("<title>ZKImgSet automatic set-up report</title>"), std::string::npos);
-  const auto first = page.find("first"), second = page.find("second"), third = page.find("third");
-  ASSERT_NE(third, std::string::npos);
-  EXPECT_LT(first, second);
-  EXPECT_LT(second, third);
-  EXPECT_LT(page.find("1.50 s"), first) << "the summary comes first";
+      {}, {entry(Outcome::Failed, "broken.jpg", 0), entry(Outcome::Corrected, "b-mild.jpg", 12),
+           entry(Outcome::Skipped, "notes.txt", 0), entry(Outcome::Corrected, "a-mild.jpg", 12),
+           entry(Outcome::Corrected, "night.jpg", 1093)});
+  const auto at = [&](const char* text) { return page.find(text); };
+  EXPECT_LT(at("<article>night.jpg"), at("<article>a-mild.jpg"));
+  EXPECT_LT(at("<article>a-mild.jpg"), at("<article>b-mild.jpg")) << "ties go by name";
+  EXPECT_LT(at("<article>b-mild.jpg"), at("<details class=\"listed bad\" id=\"failed\">"));
+  EXPECT_LT(at("id=\"failed\""), at("broken.jpg"));
+  EXPECT_LT(at("id=\"skipped\""), at("notes.txt"));
 }
+
+struct LinkCase {
+  const char* from;
+  const char* path;
+  const char* link;
+};
+
+class ReportLinks : public ::testing::TestWithParam<LinkCase> {};
+
+TEST_P(ReportLinks, LeadFromThePageToTheFileEncoded) {
+  EXPECT_EQ(relative_link(GetParam().from, GetParam().path), GetParam().link);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, ReportLinks,
+    ::testing::Values(LinkCase{"/w/out", "/w/out/a.jpg", "a.jpg"},
+                      LinkCase{"/w/out", "/w/in/sub/../b c#1?.jpg", "../in/b%20c%231%3F.jpg"},
+                      LinkCase{"/w/out/", "/w/out/x/\xC3\xA9.png", "x/%C3%A9.png"},
+                      LinkCase{"/", "/srv/pictures/%.tif", "srv/pictures/%25.tif"}));
 
 struct TimeCase {
   double seconds;
@@ -282,10 +315,8 @@ struct TimeCase {
 
 class ReportTime : public ::testing::TestWithParam<TimeCase> {};
 
-TEST_P(ReportTime, TotalTimeReadsNaturally) {
-  const std::string page = render_report_page({"s", "v", 0, 0, GetParam().seconds}, {});
-  EXPECT_NE(page.find(std::string("<dd>") + GetParam().shown + "</dd>"), std::string::npos)
-      << GetParam().shown;
+TEST_P(ReportTime, ReadsNaturally) {
+  EXPECT_EQ(seconds_text(GetParam().seconds), GetParam().shown);
 }
 
 INSTANTIATE_TEST_SUITE_P(ReportDurations, ReportTime,
