@@ -17,6 +17,7 @@ std::string_view report_stylesheet() {
   --mono: ui-monospace, SFMono-Regular, Menlo, Consolas, "Liberation Mono", monospace;
   color-scheme: light;
 }
+html { scroll-padding-top: 150px; }
 * { box-sizing: border-box; -webkit-print-color-adjust: exact; print-color-adjust: exact; }
 body { margin: 0; padding: 0 16px 40px; background: var(--bg); color: var(--ink);
   font: 14px/1.45 system-ui, -apple-system, "Segoe UI", Roboto, "Noto Sans", "Helvetica Neue",
@@ -209,6 +210,7 @@ dialog#viewer::backdrop { background: rgba(0, 0, 0, 0.8); }
 }
 @media (max-width: 700px) {
   body { padding: 0 10px 30px; }
+  html { scroll-padding-top: 0; }
   .page-head { position: static; margin: 0 -10px 12px; padding-left: 10px; padding-right: 10px; }
   .card { padding: 12px 12px 10px; }
   .actions { margin-left: 0; }
@@ -217,6 +219,7 @@ dialog#viewer::backdrop { background: rgba(0, 0, 0, 0.8); }
 @media print {
   @page { margin: 12mm; }
   body { background: #fff; padding: 0; font-size: 11px; }
+  html { scroll-padding-top: 0; }
   .page-head { position: static; }
   .toolbar, .decide, .card-tools { display: none; }
   .card { box-shadow: none; border-color: #c8ced6; padding: 12px 14px; margin-bottom: 12px;

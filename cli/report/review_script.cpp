@@ -26,7 +26,9 @@ std::string_view review_script() {
 
   const num = (card, key) => parseFloat(card.dataset[key]) || 0;
   const decisionOf = (card) => (decisions[card.dataset.index] || {}).decision || "";
-  const byName = (a, b) => a.dataset.name.localeCompare(b.dataset.name) || num(a, "index") - num(b, "index");
+  // Names as people read them: letter case aside, "img2" before "img10".
+  const collator = new Intl.Collator(undefined, {numeric: true, sensitivity: "base"});
+  const byName = (a, b) => collator.compare(a.dataset.name, b.dataset.name) || num(a, "index") - num(b, "index");
   const sorts = {
     priority: (a, b) => num(b, "priority") - num(a, "priority") || byName(a, b),
     shift: (a, b) => Math.abs(num(b, "shift")) - Math.abs(num(a, "shift")) || byName(a, b),
@@ -59,7 +61,7 @@ std::string_view review_script() {
     const d = decisions[card.dataset.index];
     const decision = d ? d.decision : "";
     card.dataset.decision = decision;
-    for (const button of card.querySelectorAll("[data-decision]"))
+    for (const button of card.querySelectorAll("button[data-decision]"))
       button.setAttribute("aria-pressed", String(button.dataset.decision === decision));
     card.querySelector(".verdict").textContent = verdicts[decision] || "";
     const fields = card.querySelector("fieldset.adjust");
@@ -76,12 +78,16 @@ std::string_view review_script() {
       counts[""] + " undecided";
   }
 
-  function adjustmentsOf(card) {
+  // The adjustments in the fields, each a whole number within its range; a
+  // field left empty or not a number keeps the value it had.
+  function adjustmentsOf(card, previous) {
     const values = {};
     for (const input of card.querySelectorAll("fieldset.adjust input")) {
       const [min, max] = ranges[input.name];
       const value = Math.round(Number(input.value));
-      values[input.name] = Number.isFinite(value) ? Math.min(max, Math.max(min, value)) : 0;
+      const kept = previous ? previous[input.name] : Number(input.defaultValue);
+      values[input.name] = input.value.trim() === "" || !Number.isFinite(value)
+        ? kept : Math.min(max, Math.max(min, value));
     }
     return values;
   }
@@ -102,7 +108,7 @@ std::string_view review_script() {
   list.addEventListener("click", (event) => {
     const card = event.target.closest("article.picture");
     if (!card) return;
-    const button = event.target.closest("[data-decision]");
+    const button = event.target.closest("button[data-decision]");
     if (button) decide(card, button.dataset.decision);
     const opener = event.target.closest("button.open");
     if (opener) openViewer(card, opener.dataset.side);
@@ -112,9 +118,13 @@ std::string_view review_script() {
     if (event.target.classList.contains("outline-toggle")) {
       card.classList.toggle("show-outline", event.target.checked);
     } else if (event.target.closest("fieldset.adjust") && decisionOf(card) === "adjust") {
-      decisions[card.dataset.index].adjustments = adjustmentsOf(card);
+      const d = decisions[card.dataset.index];
+      d.adjustments = adjustmentsOf(card, d.adjustments);
       save();
-      show(card);
+      // The field just left shows the value kept, unless it was emptied to
+      // be typed into again.
+      const field = event.target;
+      if (field.value.trim() !== "") field.value = d.adjustments[field.name];
     }
   });
   sortSelect.addEventListener("change", arrange);
@@ -228,10 +238,13 @@ std::string_view review_script() {
     else if (target.dataset.zoom) setZoom(target.dataset.zoom);
     else if (target === flip) { showing = showing === "after" ? "before" : "after"; render(); }
   });
-  viewer.addEventListener("keydown", (event) => {
+  document.addEventListener("keydown", (event) => {
+    if (!viewer.open) return;
     if (event.key === "f" || event.key === "F") {
+      // The first press leaves the split at the side the viewer was opened
+      // on; each further press flips.
       if (view !== "flip") setView("flip");
-      showing = showing === "after" ? "before" : "after";
+      else showing = showing === "after" ? "before" : "after";
       render();
     } else if (event.key === "ArrowRight" && event.target !== split) step(1);
     else if (event.key === "ArrowLeft" && event.target !== split) step(-1);
