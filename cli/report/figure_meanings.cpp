@@ -1,7 +1,5 @@
 #include "report/figure_meanings.h"
 
-#include <utility>
-
 namespace zkcli {
 namespace {
 
@@ -38,10 +36,8 @@ constexpr std::pair<std::string_view, std::string_view> kMeanings[] = {
 
 }  // namespace
 
-std::string_view figure_meaning(std::string_view name) {
-  for (const auto& [key, meaning] : kMeanings)
-    if (key == name) return meaning;
-  return {};
+std::span<const std::pair<std::string_view, std::string_view>> figure_meanings() {
+  return kMeanings;
 }
 
 }  // namespace zkcli

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "report/figure_meanings.h"
 #include "report/report.h"
 #include "report/report_html.h"
 #include "report/report_plots.h"
@@ -96,14 +95,15 @@ std::string what_changed(const PictureReport& p) {
 }
 
 // The subject outline over the before thumbnail, hidden until the operator
-// asks for it; its viewBox is the mask's cell grid, so the browser scales it
-// with the picture it covers.
+// asks for it. It is drawn in cells; its viewBox is the thumbnail measured in
+// cells, so the browser scales it with the picture it covers.
 std::string outline_overlay(const PictureReport& p) {
-  const auto segments = mask_outline(p.subject_mask, p.before.width, p.before.height);
-  if (segments.empty()) return "";
+  const auto segments = mask_outline(p.subject_mask, p.subject_columns, p.subject_rows);
+  if (segments.empty() || p.subject_cell <= 0) return "";
   const std::string d = outline_path_data(segments);
-  return "<svg class=\"outline\" viewBox=\"0 0 " + std::to_string(p.before.width) + " " +
-         std::to_string(p.before.height) +
+  return "<svg class=\"outline\" viewBox=\"0 0 " +
+         svg_coord(double(p.before.width) / p.subject_cell, 3) + " " +
+         svg_coord(double(p.before.height) / p.subject_cell, 3) +
          "\" preserveAspectRatio=\"none\" aria-hidden=\"true\"><path class=\"halo\" d=\"" + d +
          "\"/><path class=\"edge\" d=\"" + d + "\"/></svg>";
 }
@@ -157,8 +157,8 @@ std::string figures_table(const Figures& figures) {
   for (const auto& [name, value] : figures) {
     std::string shown = std::to_string(value);
     if (name == "setup_mode") shown += " (" + hex_text(value) + ")";
-    html += "<tr><th>" + escape_html(name) + "</th><td>" + shown + "</td><td>" +
-            escape_html(figure_meaning(name)) + "</td></tr>";
+    html += "<tr><th>" + escape_html(name) + "</th><td>" + shown +
+            "</td><td class=\"meaning\"></td></tr>";
   }
   return html + "</tbody></table>";
 }

@@ -12,7 +12,7 @@ namespace zkcli {
 // page of 200 pictures stays a few megabytes.
 inline constexpr int kReportThumbWidth = 320;
 inline constexpr int kReportThumbHeight = 240;
-inline constexpr int kReportThumbQuality = 72;
+inline constexpr int kReportThumbQuality = 65;
 
 // Blocks of the thumbnail (this many pixels square) whose mean luminance lies
 // within kSubjectBand levels of the subject level the analysis chose.

@@ -54,10 +54,11 @@ struct PictureReport {
   // The analysis figures in the order the library's dump lists them
   // ("setup_mode", "Flash", "dens_av", "yy_select", ...).
   Figures figures;
-  // The thumbnail cells (before.width x before.height, row 0 first) whose
-  // luminance lies near the level the analysis chose for the subject; empty
-  // when the analysis ran without its subject stage.
+  // The cells of the thumbnail (blocks of subject_cell pixels, row 0 first)
+  // whose luminance lies near the level the analysis chose for the subject;
+  // empty when the analysis ran without its subject stage.
   std::vector<std::uint8_t> subject_mask;
+  int subject_columns = 0, subject_rows = 0, subject_cell = 1;
   bool exif_used = false;   // the shooting values came from the file
   std::string camera;       // "Make Model" from the Exif data, or ""
   Adjustments adjustments;  // the stored adjustments it was corrected with

@@ -4,6 +4,7 @@
 // end, and one full-size viewer that every card opens.
 #include <algorithm>
 
+#include "report/figure_meanings.h"
 #include "report/report.h"
 #include "report/report_html.h"
 #include "report/report_style.h"
@@ -103,6 +104,17 @@ std::string listed(const std::vector<const ReportEntry*>& entries, std::string_v
   return html + "</ul></details>\n";
 }
 
+// The analysis figures' meanings, once: the script writes each beside its
+// figure in the cards.
+std::string glossary() {
+  std::string html =
+      "<details class=\"listed\" id=\"glossary\"><summary>What the analysis figures "
+      "mean</summary><dl>";
+  for (const auto& [name, meaning] : figure_meanings())
+    html += "<dt>" + escape_html(name) + "</dt><dd>" + escape_html(meaning) + "</dd>";
+  return html + "</dl></details>\n";
+}
+
 // The run's data for the script, as JSON inside the page. A "<" inside a
 // string would end the script element early, so it is written as \u003c.
 std::string run_data(const RunSummary& s) {
@@ -149,6 +161,7 @@ std::string render_report_page(const RunSummary& summary, const std::vector<Repo
   if (pictures.empty()) html += "<p class=\"empty\">No picture was corrected.</p>\n";
   html += listed(failed, "failed", "Failed", "bad");
   html += listed(skipped, "skipped", "Skipped", "plain");
+  if (!pictures.empty()) html += glossary();
   html += "</main>\n" + viewer() + "\n" + run_data(summary) + "<script>" +
           std::string(review_script()) + "</script>\n</body>\n</html>\n";
   return html;

@@ -13,6 +13,9 @@ namespace {
 // side: room on the left for four-digit tick labels and an axis title, and
 // below for tick labels and a title.
 constexpr double kChartWidth = 300, kChartHeight = 296;
+// The curves' sampling: a page of hundreds of pictures carries hundreds of
+// charts, and a point every few units is as smooth as a chart shows.
+constexpr int kToneStep = 4, kSaturationStep = 3;
 PlotArea chart_area(double x_min, double x_max, double y_min, double y_max) {
   return {x_min, x_max, y_min, y_max, 44, 10, 246, 248};
 }
@@ -35,9 +38,13 @@ std::string tone_curve_plot(std::span<const std::uint8_t, 256> tone,
   for (const auto& m : sorted)
     svg.line(area.x(at(m)), area.top, area.x(at(m)), area.bottom(), "marker " + m.css_class);
 
+  svg.whole_unit_points();
   std::vector<Point> curve;
   curve.reserve(256);
-  for (int i = 0; i < 256; ++i) curve.push_back({area.x(i), area.y(tone[i])});
+  // Every fourth level is as smooth as the chart can show, at a quarter of
+  // the bytes; the last level closes the curve.
+  for (int i = 0; i < 255; i += kToneStep) curve.push_back({area.x(i), area.y(tone[i])});
+  curve.push_back({area.x(255), area.y(tone[255])});
   svg.polyline(curve, "curve");
 
   // The lowest label goes left of its line and the others right, where there
@@ -96,10 +103,12 @@ std::string saturation_plot(std::span<const std::int16_t, 100> coefficients) {
   const std::vector<double> y_ticks = nice_ticks(area.y_min, area.y_max, 5);
   svg.grid(area, x_ticks, y_ticks);
 
+  svg.whole_unit_points();
   std::vector<Point> curve;
   curve.reserve(coefficients.size());
-  for (std::size_t i = 0; i < coefficients.size(); ++i)
+  for (std::size_t i = 0; i < coefficients.size() - 1; i += kSaturationStep)
     curve.push_back({area.x(static_cast<double>(i)), area.y(coefficients[i])});
+  curve.push_back({area.x(99), area.y(coefficients[99])});
   // The band between the curve and neutral shows at a glance where the
   // correction adds or takes saturation.
   std::vector<Point> band = curve;
@@ -116,7 +125,7 @@ std::string saturation_plot(std::span<const std::int16_t, 100> coefficients) {
 }
 
 std::string histogram_plot(const Histograms& h, std::string_view title) {
-  constexpr int kBins = 64, kLevels = 256 / kBins;
+  constexpr int kBins = 32, kLevels = 256 / kBins;
   constexpr double kWidth = 256, kHeight = 64, kBinWidth = kWidth / kBins;
   double bins[4][kBins] = {};
   for (int c = 0; c < 4; ++c)
@@ -130,6 +139,7 @@ std::string histogram_plot(const Histograms& h, std::string_view title) {
     return scale == 0 ? kHeight : kHeight - std::min(1.0, count / scale) * (kHeight - 2);
   };
   SvgCanvas svg(kWidth, kHeight, "hist", title);
+  svg.whole_unit_points();
   static constexpr const char* kClasses[] = {"red", "green", "blue"};
   std::vector<Point> luma{{0, kHeight}};
   for (int i = 0; i < kBins; ++i) luma.push_back({(i + 0.5) * kBinWidth, y(bins[3][i])});

@@ -30,7 +30,7 @@ std::string colour_balance_plot(int cb, int cr);
 std::string saturation_plot(std::span<const std::int16_t, 100> coefficients);
 
 // The picture's red, green, blue and luminance histograms: the luminance
-// filled, the channels as lines, over 64 bins of 4 levels. Heights are
+// filled, the channels as lines, over 32 bins of 8 levels. Heights are
 // scaled to the fullest bin between the ends, so that a spike of clipped
 // pixels at 0 or 255 shows as a full bar without flattening the rest.
 std::string histogram_plot(const Histograms& histograms, std::string_view title);

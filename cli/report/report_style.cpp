@@ -60,9 +60,9 @@ a { color: var(--accent); }
   content-visibility: auto; contain-intrinsic-size: auto 640px; }
 .card[hidden] { display: none; }
 .card[data-warn]:not([data-warn=""]) { border-left-color: #f79009; }
-.card[data-decision="accept"] { border-left-color: var(--ok); }
-.card[data-decision="reject"] { border-left-color: var(--bad); }
-.card[data-decision="adjust"] { border-left-color: var(--accent); }
+.card.picture[data-decision="accept"] { border-left-color: var(--ok); }
+.card.picture[data-decision="reject"] { border-left-color: var(--bad); }
+.card.picture[data-decision="adjust"] { border-left-color: var(--accent); }
 .card-head h2 { display: inline; margin-right: 8px; }
 .verdict { font-size: 12px; font-weight: 700; text-transform: uppercase; letter-spacing: 0.05em;
   margin-right: 8px; }
@@ -163,7 +163,8 @@ figcaption b { color: var(--ink); font-weight: 600; }
 .offset-point { fill: var(--ink); stroke: #fff; stroke-width: 2; }
 .figures { width: 100%; border-collapse: collapse; font-size: 12.5px; }
 .figures th { text-align: left; font-family: var(--mono); font-weight: 400; color: var(--muted);
-  padding: 2px 10px 2px 0; overflow-wrap: anywhere; }
+  white-space: nowrap;
+  padding: 2px 10px 2px 0; }
 .figures td { padding: 2px 10px 2px 0; border-bottom: 1px dotted var(--line); }
 .figures td:nth-child(2) { font-family: var(--mono); font-weight: 600; white-space: nowrap; }
 .listed { background: var(--card); border: 1px solid var(--line); border-radius: 12px;
@@ -172,6 +173,10 @@ figcaption b { color: var(--ink); font-weight: 600; }
 .listed summary { cursor: pointer; font-weight: 600; }
 .listed ul { margin: 8px 0 0; padding-left: 18px; }
 .listed li { margin-bottom: 6px; overflow-wrap: anywhere; }
+#glossary dl { display: grid; grid-template-columns: max-content minmax(0, 1fr); gap: 2px 14px;
+  margin: 8px 0 0; font-size: 13px; }
+#glossary dt { font-family: var(--mono); color: var(--muted); }
+#glossary dd { margin: 0; }
 .empty { color: var(--muted); }
 dialog#viewer { width: 100vw; height: 100vh; max-width: 100vw; max-height: 100vh; margin: 0;
   padding: 0; border: 0; background: #111418; color: #e6e9ee; }

@@ -252,12 +252,17 @@ std::string_view review_script() {
   split.addEventListener("input", render);
   viewer.addEventListener("close", () => { beforeImage.removeAttribute("src"); afterImage.removeAttribute("src"); });
 
+  const meanings = new Map(Array.from(document.querySelectorAll("#glossary dt"),
+                                      (dt) => [dt.textContent, dt.nextElementSibling.textContent]));
+  for (const cell of list.querySelectorAll(".figures td.meaning"))
+    cell.textContent = meanings.get(cell.parentElement.firstElementChild.textContent) || "";
   for (const card of cards) show(card);
   tally();
   setView("split");
   toolbar.hidden = false;
   arrange();
   document.documentElement.dataset.ready = "true";
+  performance.mark("review-ready");
 })();
 )js";
 }

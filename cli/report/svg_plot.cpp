@@ -51,10 +51,12 @@ std::string format_number(double value, int decimals) {
   return text;
 }
 
-std::string svg_coord(double v) {
-  std::string text = format_number(v, 1);
-  if (text.ends_with(".0")) text.resize(text.size() - 2);
-  return text;
+std::string svg_coord(double v, int decimals) {
+  std::string text = format_number(v, decimals);
+  if (text.find('.') == std::string::npos) return text;
+  while (text.back() == '0') text.pop_back();
+  if (text.back() == '.') text.pop_back();
+  return text == "-0" ? "0" : text;
 }
 
 std::vector<double> nice_ticks(double lo, double hi, int count) {
@@ -119,7 +121,7 @@ void SvgCanvas::points(std::span<const Point> points) {
   out_ += " points=\"";
   for (std::size_t i = 0; i < points.size(); ++i) {
     if (i > 0) out_ += ' ';
-    out_ += svg_coord(points[i].x) + "," + svg_coord(points[i].y);
+    out_ += svg_coord(points[i].x, point_decimals_) + "," + svg_coord(points[i].y, point_decimals_);
   }
   out_ += '"';
 }

@@ -70,16 +70,22 @@ class SvgCanvas {
   // Axis titles centred under and to the left of the area.
   void axis_titles(const PlotArea& area, std::string_view x_title, std::string_view y_title);
 
+  // Points of later polylines and polygons in whole units: a long curve is
+  // the bulk of a chart, and a tenth of a unit cannot be seen.
+  void whole_unit_points() { point_decimals_ = 0; }
+
   std::string finish();
 
  private:
   void points(std::span<const Point> points);
 
   std::string out_;
+  int point_decimals_ = 1;
 };
 
-// A coordinate in SVG user units: at most one decimal, no trailing ".0".
-std::string svg_coord(double v);
+// A coordinate in SVG user units: at most `decimals` decimals, without
+// trailing zeros.
+std::string svg_coord(double v, int decimals = 1);
 
 // ---- Cell mask outline ---------------------------------------------------------
 

@@ -48,14 +48,15 @@ PictureReport sample_picture() {
   p.summary.cb = 3;
   p.summary.cr = -4;
   p.summary.review = {true, 40, 90, 0, 0, 0.5, 3, {"highlights clipped: 0.5% -> 3.0% of pixels"}};
-  p.before = {"\xFF\xD8 before", 4, 3};
-  p.after = {"\xFF\xD8 after", 4, 3};
+  p.before = {"\xFF\xD8 before", 32, 24};
+  p.after = {"\xFF\xD8 after", 32, 24};
   for (int i = 0; i < 256; ++i) p.record.tone[i] = static_cast<std::uint8_t>(i);
   for (auto& c : p.record.sat_coef) c = 1024;
   p.figures = {{"setup_mode", 0xDF}, {"yy_av", 96}, {"yy_select", 118}};
   p.subject_mask = {0, 0, 0, 0,  //
                     0, 1, 1, 0,  //
                     0, 0, 0, 0};
+  p.subject_columns = 4, p.subject_rows = 3, p.subject_cell = 8;
   return p;
 }
 
@@ -171,12 +172,12 @@ std::string curve_points(const std::string& svg) {
 
 double first_y(const std::string& points) { return std::stod(points.substr(points.find(',') + 1)); }
 
-TEST(ReportCharts, ToneCurveHas256PointsWithOutputUpwards) {
+TEST(ReportCharts, ToneCurveSamplesEveryFourthLevelWithOutputUpwards) {
   std::uint8_t dark[256] = {}, light[256];
   std::fill(std::begin(light), std::end(light), 255);
   const std::string low = curve_points(tone_curve_plot(dark, {}));
   const std::string high = curve_points(tone_curve_plot(light, {}));
-  EXPECT_EQ(count(low, ","), 256);
+  EXPECT_EQ(count(low, ","), 65);
   EXPECT_GT(first_y(low), first_y(high)) << "output 0 must lie below output 255";
 }
 
@@ -228,10 +229,11 @@ TEST(ReportCard, CarriesWhatThePageSortsAndShowsWithTheOutlineOff) {
         "data-warn=\"clip\"", "data-status=\"corrected\""})
     EXPECT_NE(html.find(attribute), std::string::npos) << attribute;
   EXPECT_EQ(count(html, "class=\"hist\""), 2);
+  EXPECT_NE(html.find("viewBox=\"0 0 4 3\""), std::string::npos) << "the outline counts cells";
   EXPECT_NE(html.find("d=\"M1 1H3M1 2H3M1 1V2M3 1V2\""), std::string::npos);
   EXPECT_NE(html.find("class=\"outline-toggle\""), std::string::npos);
   EXPECT_EQ(html.find("show-outline"), std::string::npos) << "the outline starts hidden";
-  EXPECT_NE(html.find("<th>yy_select</th><td>118</td><td>level of the subject"), std::string::npos);
+  EXPECT_NE(html.find("<th>yy_select</th><td>118</td>"), std::string::npos);
   EXPECT_NE(html.find("highlights clipped: 0.5% -&gt; 3.0% of pixels"), std::string::npos);
 }
 
