@@ -12,6 +12,7 @@
 #include "commands/commands.h"
 #include "core/command_line.h"
 #include "core/correction.h"
+#include "core/decisions_file.h"
 #include "core/output_plan.h"
 #include "core/picture_review.h"
 #include "core/progress.h"
@@ -27,6 +28,7 @@ namespace {
 
 constexpr const char* kHelp =
     R"(Usage: zkimgset autosetup IN... (-o OUT | --out-dir DIR | --in-place) [options]
+       zkimgset autosetup --decisions FILE --out-dir DIR [options]
 
 Analyses each picture (JPEG, PNG or TIFF; every one in a folder IN; "-" for
 standard input), corrects its tone, colour balance and saturation, and
@@ -49,6 +51,13 @@ Output:
   --report FILE.html  also write a visual report of every picture
 Inputs:
   -r, --recursive     pictures in sub-folders of a folder IN too
+Review:
+  --decisions FILE    carry out the decisions a review page exported for an
+                      earlier run: adjusted pictures corrected again from
+                      their originals with their own adjustments, accepted
+                      ones' outputs copied, rejected ones skipped; needs
+                      --out-dir, takes the run's settings from FILE, and no
+                      IN, analysis options, --quality or --format
 Analysis:
 %sMessages:
   -q, --quiet         errors only
@@ -72,6 +81,7 @@ struct Options {
   PlanOptions plan;
   bool recursive = false;
   std::string report;
+  std::string decisions;
   RunSettings settings;
   int jobs = 0;
   Verbosity verbosity = Verbosity::Normal;
@@ -83,7 +93,8 @@ std::optional<Options> parse(int argc, char** argv, int first) {
   int destinations = 0;
   bool suffix_given = false;
   std::string value;
-  for (Arguments args(argc, argv, first); !args.done();) {
+  Arguments args(argc, argv, first);
+  while (!args.done()) {
     if (args.flag("--help") || args.flag("-h")) {
       std::printf(kHelp, kAdjustmentHelp);
       return std::nullopt;
@@ -110,6 +121,8 @@ std::optional<Options> parse(int argc, char** argv, int first) {
       o.settings.force = true;
     } else if (args.option("--report", value)) {
       o.report = value;
+    } else if (args.option("--decisions", value)) {
+      o.decisions = value;
     } else if (args.flag("-r") || args.flag("--recursive")) {
       o.recursive = true;
     } else if (adjustment_option(args, o.settings.adjustments)) {
@@ -127,7 +140,8 @@ std::optional<Options> parse(int argc, char** argv, int first) {
       o.inputs.push_back(args.positional());
     }
   }
-  if (o.inputs.empty()) throw UsageError("no input pictures");
+  if (!o.decisions.empty()) check_decisions_options(args.given(), !o.inputs.empty());
+  if (o.inputs.empty() && o.decisions.empty()) throw UsageError("no input pictures");
   if (destinations != 1)
     throw UsageError(destinations == 0 ? "say where to write: -o OUT, --out-dir DIR or --in-place"
                                        : "give only one of -o, --out-dir and --in-place");
@@ -167,6 +181,7 @@ JobResult unpack(std::size_t index, const std::vector<Job>& jobs, const TaskResu
   }
   // The worker gave no result of its own: it crashed or could not start.
   result.summary.input = jobs[index].input;
+  result.summary.decision = jobs[index].decision;
   result.summary.outcome = Outcome::Failed;
   result.summary.reason = r.message;
   return result;
@@ -199,15 +214,16 @@ RunSummary run_summary(const Options& o, const RunCounts& c, double seconds) {
 
 int run_autosetup(int argc, char** argv, int first) {
   const auto start = std::chrono::steady_clock::now();
-  const std::optional<Options> parsed = parse(argc, argv, first);
+  std::optional<Options> parsed = parse(argc, argv, first);
   if (!parsed) return 0;
-  const Options& o = *parsed;
+  Options& o = *parsed;
   const bool picture_to_stdout =
       o.plan.destination == Destination::File && o.plan.target == kStandardStream;
   if (picture_to_stdout && isatty(STDOUT_FILENO))
     throw UsageError("standard output is a terminal: redirect it to a file or a program");
   const Expansion expansion = expand_inputs(o.inputs, o.recursive);
-  std::vector<Job> jobs = plan_jobs(expansion.inputs, o.plan);
+  std::vector<Job> jobs = o.decisions.empty() ? plan_jobs(expansion.inputs, o.plan)
+                                              : read_decisions(o.decisions, o.plan, o.settings);
   for (std::size_t i = 0; i < jobs.size(); ++i) jobs[i].index = i;
   if (jobs.empty() && expansion.skipped.empty())
     throw UsageError("no pictures in " + o.inputs.front());
@@ -242,8 +258,9 @@ int run_autosetup(int argc, char** argv, int first) {
         JobResult result = unpack(i, jobs, r);
         out.picture(result.summary, progress);
         const PictureSummary& s = result.summary;
-        entries[i] = {s.outcome, s.input, s.reason, std::move(result.report_section),
-                      review_priority(s)};
+        entries[i] = {s.outcome, s.input,
+                      s.outcome == Outcome::Corrected ? joined(s.changes) : s.reason,
+                      std::move(result.report_section), review_priority(s)};
       },
       [&] { restore_library(o.settings.adjustments); });
   progress.close();

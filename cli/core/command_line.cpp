@@ -11,6 +11,7 @@ Arguments::Arguments(int argc, char** argv, int first) : args_(argv + first, arg
 bool Arguments::flag(const char* name) {
   if (done() || options_ended_ || args_[at_] != name) return false;
   ++at_;
+  given_.emplace_back(name);
   return true;
 }
 
@@ -23,11 +24,13 @@ bool Arguments::option(const char* name, std::string& value) {
     if (at_ + 1 >= args_.size()) throw UsageError(std::string(name) + " needs a value");
     value = args_[at_ + 1];
     at_ += 2;
-    return true;
+  } else if (arg[n] == '=') {
+    value = arg.substr(n + 1);
+    ++at_;
+  } else {
+    return false;
   }
-  if (arg[n] != '=') return false;
-  value = arg.substr(n + 1);
-  ++at_;
+  given_.emplace_back(name);
   return true;
 }
 
@@ -60,17 +63,17 @@ int parse_number(const std::string& text, const char* option, int min, int max, 
 bool adjustment_option(Arguments& args, Adjustments& a) {
   std::string value;
   if (args.option("--mode", value)) {
-    a.mode = parse_number(value, "--mode", 0, 255, 16);
+    a.mode = parse_number(value, "--mode", kModeRange.min, kModeRange.max, 16);
   } else if (args.option("--level", value)) {
-    a.level = parse_number(value, "--level", 70, 130);
+    a.level = parse_number(value, "--level", kLevelRange.min, kLevelRange.max);
   } else if (args.option("--contrast", value)) {
-    a.contrast = parse_number(value, "--contrast", -30, 30);
+    a.contrast = parse_number(value, "--contrast", kContrastRange.min, kContrastRange.max);
   } else if (args.option("--saturation", value)) {
-    a.saturation = parse_number(value, "--saturation", -150, 150);
+    a.saturation = parse_number(value, "--saturation", kSaturationRange.min, kSaturationRange.max);
   } else if (args.option("--blue-shift", value)) {
-    a.blue_shift = parse_number(value, "--blue-shift", -7, 7);
+    a.blue_shift = parse_number(value, "--blue-shift", kShiftRange.min, kShiftRange.max);
   } else if (args.option("--red-shift", value)) {
-    a.red_shift = parse_number(value, "--red-shift", -7, 7);
+    a.red_shift = parse_number(value, "--red-shift", kShiftRange.min, kShiftRange.max);
   } else {
     return false;
   }

@@ -28,9 +28,14 @@ class Arguments {
   bool option(const char* name, std::string& value);
   // Takes the next argument, which must not be an unknown option.
   std::string positional();
+  // The flags and options taken so far, by the name each was asked for
+  // ("--level", also for "--level=110"), so that a command can tell which
+  // were given at all, not only which values differ from the defaults.
+  const std::vector<std::string>& given() const { return given_; }
 
  private:
   std::vector<std::string> args_;
+  std::vector<std::string> given_;
   std::size_t at_ = 0;
   bool options_ended_ = false;
 };

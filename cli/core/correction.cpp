@@ -51,6 +51,26 @@ class TemporaryCopy {
   std::string path_;
 };
 
+// An accepted picture of a review: the reviewed run's output, copied as it
+// is (never decoded), or left alone when it is already where it goes.
+void copy_accepted(const Job& job, PictureSummary& summary) {
+  if (job.format) summary.format_out = format_key(*job.format);
+  if (same_file(job.copy_from, job.output)) {
+    summary.changes = {"accepted: already at " + job.output};
+  } else {
+    std::string bytes;
+    try {
+      bytes = read_file(job.copy_from, kMaxPictureFileBytes);
+    } catch (const Failure& e) {
+      throw Failure("the accepted output " + job.copy_from + ": " + e.what());
+    }
+    write_output(job.output, bytes);
+    summary.changes = {"accepted: copied " + job.copy_from + " -> " + job.output};
+  }
+  summary.output = job.output;
+  summary.outcome = Outcome::Corrected;
+}
+
 void correct(const Job& job, const RunSettings& settings, Clock::time_point start,
              JobResult& result) {
   PictureSummary& summary = result.summary;
@@ -60,6 +80,12 @@ void correct(const Job& job, const RunSettings& settings, Clock::time_point star
     return;
   }
   if (!job.problem.empty()) throw Failure(job.problem);
+  if (!job.copy_from.empty()) return copy_accepted(job, summary);
+  // A picture adjusted in a review brings its own adjustments: they are
+  // stored before it as a fresh run with them would store them (the worker
+  // stores the run's own again before the next picture).
+  if (job.adjustments) restore_library(*job.adjustments);
+  const Adjustments adjustments = job.adjustments.value_or(settings.adjustments);
   const bool from_stdin = job.input == kStandardStream;
   const std::string bytes =
       from_stdin ? g_standard_input : read_file(job.input, kMaxPictureFileBytes);
@@ -84,7 +110,7 @@ void correct(const Job& job, const RunSettings& settings, Clock::time_point star
   const ShootingValues shot = shooting_values_of(job.input, bytes, settings.use_exif);
   AutoSetupParam record = analyse_picture(picture, shot);
   const Figures figures = analysis_figures(picture);
-  summarise_correction(summary, record, figures, settings.adjustments);
+  summarise_correction(summary, record, figures, adjustments);
   std::optional<PictureReport> report;
   if (settings.report) report = report_before(picture, record, shot, figures);
 
@@ -152,6 +178,8 @@ JobResult correct_job(const Job& job, const RunSettings& settings) {
   const auto start = Clock::now();
   JobResult result;
   result.summary.input = job.input;
+  result.summary.decision = job.decision;
+  result.summary.adjustments = job.adjustments;
   try {
     correct(job, settings, start, result);
   } catch (const std::bad_alloc&) {

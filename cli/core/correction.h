@@ -11,6 +11,9 @@
 
 namespace zkcli {
 
+// JPEG quality, as --quality and a review's decisions give it.
+inline constexpr Range kQualityRange{1, 100};
+
 struct RunSettings {
   Adjustments adjustments;
   bool use_exif = true;

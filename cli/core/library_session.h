@@ -27,6 +27,17 @@ struct Adjustments {
   friend bool operator==(const Adjustments&, const Adjustments&) = default;
 };
 
+// The values the library takes for each of them (it clamps any other), as
+// the tool checks them wherever it reads them.
+struct Range {
+  int min, max;
+};
+inline constexpr Range kModeRange{0, 255};
+inline constexpr Range kLevelRange{70, 130};
+inline constexpr Range kContrastRange{-30, 30};
+inline constexpr Range kSaturationRange{-150, 150};
+inline constexpr Range kShiftRange{-7, 7};  // blue and red alike
+
 // Whether the adjustments leave a picture as the analysis alone would.
 bool neutral(const Adjustments& adjustments);
 

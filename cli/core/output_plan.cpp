@@ -16,13 +16,6 @@ namespace fs = std::filesystem;
 constexpr const char* kNotPicture = "not a picture (by its name)";
 constexpr const char* kInSubFolder = "in a sub-folder (use -r)";
 
-bool same_file(const std::string& a, const std::string& b) {
-  struct stat sa {
-  }, sb{};
-  return stat(a.c_str(), &sa) == 0 && stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
-         sa.st_ino == sb.st_ino;
-}
-
 std::string with_slash(const std::string& folder) {
   return folder.empty() || folder.back() == '/' ? folder : folder + "/";
 }
@@ -61,6 +54,13 @@ void walk(const std::string& root, const std::string& relative, bool recursive, 
 }
 
 }  // namespace
+
+bool same_file(const std::string& a, const std::string& b) {
+  struct stat sa {
+  }, sb{};
+  return stat(a.c_str(), &sa) == 0 && stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+         sa.st_ino == sb.st_ino;
+}
 
 std::string base_name(const std::string& path) {
   std::string p = path;

@@ -80,6 +80,9 @@ std::optional<Format> output_format(const std::string& output, std::optional<For
 // Makes a folder and its parents. Failure with the reason.
 void make_folders(const std::string& path);
 
+// Whether two paths name one existing file (through links too).
+bool same_file(const std::string& a, const std::string& b);
+
 // The last part of a path, and all before it.
 std::string base_name(const std::string& path);
 std::string folder_name(const std::string& path);

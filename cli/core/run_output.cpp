@@ -1,5 +1,6 @@
 #include "core/run_output.h"
 
+#include "core/decisions_file.h"
 #include "core/picture_summary.h"
 
 namespace zkcli {
@@ -17,6 +18,7 @@ constexpr SkipKind kSkipKinds[] = {
     {"already corrected", "already corrected (use --force)"},
     {"not a regular file", "not regular files"},
     {"a folder", "folders"},
+    {kRejectedInReview, "rejected in review"},
 };
 
 std::string notes_text(const PictureSummary& s) {
@@ -31,6 +33,12 @@ std::string picture_line(const PictureSummary& s, bool verbose) {
   std::string line;
   switch (s.outcome) {
     case Outcome::Corrected:
+      // An accepted picture of a review was copied, not corrected: its one
+      // phrase says so ("accepted: copied out/a.jpg -> final/a.jpg").
+      if (s.decision == "accept") {
+        line = joined(s.changes);
+        break;
+      }
       line = "corrected -> " + s.output;
       if (verbose) line += ": " + joined(s.changes);
       break;

@@ -48,6 +48,10 @@ inline constexpr std::size_t kMaxJournalBytes = std::size_t{64} << 20;
 // reads at most this much of one (the library itself reads any size).
 inline constexpr std::size_t kMaxTableFileBytes = std::size_t{64} << 20;
 
+// A review's decisions file holds a few hundred bytes a picture: 64 MiB is
+// some hundred thousand pictures, more than any review shows.
+inline constexpr std::size_t kMaxDecisionsFileBytes = std::size_t{64} << 20;
+
 // The library's text dump of an analysis (its figures, the 256-entry tone
 // curve and the 100 saturation coefficients) is a few kilobytes.
 inline constexpr std::size_t kMaxDumpTextBytes = std::size_t{1} << 20;

@@ -68,7 +68,8 @@ struct PictureReport {
 std::string render_picture_card(const PictureReport& picture);
 
 // An input of the run as the page lists it: analysed pictures with their
-// card; failed and skipped ones with their reason.
+// card; the others (failed, skipped, or copied as accepted in a review) with
+// their reason or what was done.
 struct ReportEntry {
   Outcome outcome = Outcome::Failed;
   std::string input;
@@ -96,8 +97,8 @@ struct RunSummary {
 };
 
 // The whole page. Analysed pictures come first, in the order the page sorts
-// them by default (those most likely to need a look first); failed and
-// skipped inputs follow in sections of their own.
+// them by default (those most likely to need a look first); copied, failed
+// and skipped inputs follow in folded sections of their own.
 std::string render_report_page(const RunSummary& summary, const std::vector<ReportEntry>& entries);
 
 }  // namespace zkcli

@@ -136,12 +136,16 @@ std::string run_data(const RunSummary& s) {
 }  // namespace
 
 std::string render_report_page(const RunSummary& summary, const std::vector<ReportEntry>& entries) {
-  std::vector<const ReportEntry*> pictures, failed, skipped;
+  // Pictures written without being analysed again (accepted in an earlier
+  // review and copied) have no card; they are listed with the others.
+  std::vector<const ReportEntry*> pictures, copied, failed, skipped;
   for (const ReportEntry& e : entries) {
     if (!e.card.empty())
       pictures.push_back(&e);
+    else if (e.outcome == Outcome::Failed)
+      failed.push_back(&e);
     else
-      (e.outcome == Outcome::Skipped ? skipped : failed).push_back(&e);
+      (e.outcome == Outcome::Skipped ? skipped : copied).push_back(&e);
   }
   std::stable_sort(pictures.begin(), pictures.end(),
                    [](const ReportEntry* a, const ReportEntry* b) {
@@ -158,7 +162,8 @@ std::string render_report_page(const RunSummary& summary, const std::vector<Repo
   html += "<div id=\"pictures\">\n";
   for (const ReportEntry* e : pictures) html += e->card;
   html += "</div>\n";
-  if (pictures.empty()) html += "<p class=\"empty\">No picture was corrected.</p>\n";
+  if (pictures.empty()) html += "<p class=\"empty\">No picture was analysed.</p>\n";
+  html += listed(copied, "copied", "Accepted earlier and copied", "plain");
   html += listed(failed, "failed", "Failed", "bad");
   html += listed(skipped, "skipped", "Skipped", "plain");
   if (!pictures.empty()) html += glossary();
