@@ -5,7 +5,7 @@
 #   make check   deps, build, every test; then every test again under
 #                AddressSanitizer and UndefinedBehaviorSanitizer in build-asan/
 #   make demo    build, then correct the sample photographs in examples/photos
-#                into out/ with a visual report, out/report.html
+#                into out/ with a review page, out/report.html
 #   make format  clang-format every source file
 #   make fuzz    build the libFuzzer targets with clang into build-fuzz/
 #   make bench   build and run the benchmarks in build-bench/ (Release), and
@@ -31,24 +31,26 @@ CMAKE_ARGS ?=
 MAKEFLAGS += --no-print-directory
 
 # What the build and the tests need: the command-line tool reads and writes
-# pictures with libjpeg-turbo, libpng and libtiff, and its report is checked
-# in headless Chromium. The Python package is a pybind11 extension for
+# pictures with libjpeg-turbo, libpng and libtiff, and its review page is
+# checked in headless Chromium driven by Selenium. The Python package is a pybind11 extension for
 # Debian's own Python (/usr/bin/python3) and NumPy; its tests decode pictures
 # with Pillow and run a Dask cluster of worker processes.
 DEB_PACKAGES := cmake make g++ pkg-config binutils libgtest-dev libgmock-dev \
                 libturbojpeg0-dev libjpeg62-turbo-dev libpng-dev libtiff-dev \
                 python3 python3-dev pybind11-dev python3-numpy
 PYTHON_PACKAGES := python3-pil python3-dask python3-distributed
-TEST_PACKAGES := chromium imagemagick python3-pytest $(PYTHON_PACKAGES)
+TEST_PACKAGES := chromium chromium-driver python3-selenium imagemagick python3-pytest \
+                 $(PYTHON_PACKAGES)
 # What the benchmarks need besides: Google Benchmark and the peers they are
 # measured against (lcms2 for the conversions, libvips for resizing, with its
 # command line to check that the benchmark's libvips pipeline is as fast as
 # `vips resize`; ExifTool and exiv2 for the Exif reader, ExifTool also
 # regenerating the Exif tests' golden values, tests/exif/make_golden.pl), the
-# Python package's Dask cluster, and lscpu for the machine's name in
-# bench/RESULTS.md.
+# Python package's Dask cluster, headless Chromium for the review page's
+# opening time, and lscpu for the machine's name in bench/RESULTS.md.
 BENCH_PACKAGES := libbenchmark-dev liblcms2-dev libvips-dev libvips-tools libimage-exiftool-perl \
-                  libexiv2-dev imagemagick util-linux $(PYTHON_PACKAGES)
+                  libexiv2-dev imagemagick util-linux chromium chromium-driver python3-selenium \
+                  $(PYTHON_PACKAGES)
 # The Windows builds: Debian's mingw-w64 compilers, GoogleTest's sources to
 # cross-compile, wine64 to run the 64-bit programs and llvm-undname to read
 # the decorated export names. (wine32 cannot be installed here, so the 32-bit
@@ -110,7 +112,7 @@ demo: build
 	$(BUILD)/bin/zkimgset_hello
 	$(BUILD)/bin/zkimgset autosetup examples/photos --out-dir out --report out/report.html
 	@echo
-	@echo "Corrected pictures: out/   Report: out/report.html (open it in a browser)"
+	@echo "Corrected pictures: out/   Review page: out/report.html (open it in a browser)"
 
 format:
 	find include src tests fuzz bench cli data examples -name '*.[ch]' -o -name '*.cpp' -o -name '*.h' \

@@ -28,8 +28,11 @@ echo "== bench/cli_autosetup.sh"
 "$here/cli_autosetup.sh" "$build/bin/zkimgset" | tee "$cli_log" || status=1
 echo "== bench/dask_batch.py"
 dask_log=$(mktemp "${TMPDIR:-/tmp}/zkimgset-dask.XXXXXX")
-trap 'rm -f "$rows" "$cli_log" "$dask_log"' EXIT
+review_log=$(mktemp "${TMPDIR:-/tmp}/zkimgset-review.XXXXXX")
+trap 'rm -f "$rows" "$cli_log" "$dask_log" "$review_log"' EXIT
 /usr/bin/python3 "$here/dask_batch.py" "$build" | tee "$dask_log" || status=1
+echo "== bench/review_page.py"
+/usr/bin/python3 "$here/review_page.py" "$build" | tee "$review_log" || status=1
 
 model=$(lscpu 2>/dev/null | sed -n 's/^Model name:[[:space:]]*//p' | head -n 1)
 {
@@ -62,6 +65,12 @@ model=$(lscpu 2>/dev/null | sed -n 's/^Model name:[[:space:]]*//p' | head -n 1)
   echo
   echo '```'
   cat "$dask_log"
+  echo '```'
+  echo
+  echo "## The review page of 200 photographs (bench/review_page.py)"
+  echo
+  echo '```'
+  cat "$review_log"
   echo '```'
 } >"$results"
 echo "wrote ${results#"$root"/}"
