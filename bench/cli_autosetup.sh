@@ -11,8 +11,10 @@
 # that a slow spell of the machine falls on both alike. Wall-clock times are
 # printed as median and minimum per command, then
 #
-#   ratio ours/imagemagick: X.XX   (median over median)
+#   ratio ours/imagemagick: X.XX (min-max Y.YY-Z.ZZ over RUNS rounds)
 #
+# the median of the per-round ratios (each round runs both), and their
+# spread.
 # Below 1.00 we are faster (0.50: twice as fast); above 1.00 ImageMagick is.
 # The two corrections are not the same algorithm, so the ratio compares the
 # cost of a comparable job, not of identical output.
@@ -25,7 +27,8 @@
 # byte (or, when the two write different metadata, pixel for pixel), and the
 # ratio of throughputs is printed:
 #
-#   batch ratio ours/baseline: X.XX   (median over median; above 1.00 is faster)
+#   batch ratio ours/baseline: X.XX (min-max ...)   (throughput, per round;
+#                                                   above 1.00 is faster)
 #
 # Usage: bench/cli_autosetup.sh [TOOL] [RUNS]
 #   TOOL  the zkimgset binary; default build-bench/bin/zkimgset if it exists,
@@ -198,6 +201,23 @@ run_batch() {
   end=$(date +%s%N)
   echo $((end - start))
 }
+# "median (min-max)" of the per-round ratios a[i] / b[i] of two lists of
+# times given as "a1 a2 ... -- b1 b2 ...".
+ratio_stats() {
+  printf '%s\n' "$@" | awk '
+    $1 == "--" { second = 1; next }
+    { if (second) b[++nb] = $1; else a[++na] = $1 }
+    END {
+      n = na
+      for (i = 1; i <= n; i++) {
+        v = a[i] / b[i]
+        for (j = i; j > 1 && r[j - 1] > v; j--) r[j] = r[j - 1]
+        r[j] = v
+      }
+      m = n % 2 ? r[(n + 1) / 2] : (r[n / 2] + r[n / 2 + 1]) / 2
+      printf "%.2f (min-max %.2f-%.2f over %d rounds)\n", m, r[1], r[n], n
+    }'
+}
 # "median best" throughput in megapixels a second from nanosecond times.
 stats_mps() {
   printf '%s\n' "$@" | sort -n | awk -v px="$batch_pixels" '
@@ -235,7 +255,7 @@ batch() {
       done
       echo "outputs: identical pixels (the files differ in their metadata)"
     fi
-    awk -v o="$ours_mps" -v b="$base_mps" 'BEGIN { printf "batch ratio ours/baseline: %.2f\n", o / b }'
+    echo "batch ratio ours/baseline: $(ratio_stats "${b_base[@]}" -- "${b_ours[@]}")"
   fi
 }
 if [[ -n ${BATCH_ONLY:-} ]]; then
@@ -267,6 +287,6 @@ read -r im_median im_min < <(stats_ms "${im[@]}")
 printf '%-34s %10s %10s\n' command 'median ms' 'min ms'
 printf '%-34s %10s %10s\n' 'zkimgset autosetup --jobs 1' "$ours_median" "$ours_min"
 printf '%-34s %10s %10s\n' 'convert -auto-level -auto-gamma' "$im_median" "$im_min"
-awk -v o="$ours_median" -v t="$im_median" 'BEGIN { printf "ratio ours/imagemagick: %.2f\n", o / t }'
+echo "ratio ours/imagemagick: $(ratio_stats "${ours[@]}" -- "${im[@]}")"
 echo
 batch
