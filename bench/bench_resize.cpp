@@ -4,11 +4,14 @@
 // (kernel 3), 1500 x 1000 and 132 x 96 (kernel 4, the thumbnail size).
 //
 // libvips gets what a host would give it: the buffer wrapped without a
-// copy, the centred cut our plan takes (so both keep the target's aspect),
-// vips_resize with the linear kernel (our kernels 2 and 3 interpolate
-// linearly between two or three source pixels) or, for kernel 4, its
-// default (box shrink, then lanczos3), and the result written to memory.
-// Set up this way it runs as fast as `vips resize` on its command line.
+// copy and marked as read top to bottom (as its own file loaders mark a
+// picture, so vips_resize keeps line caches instead of recomputing each
+// tile's input: unmarked, a 6000 x 4000 to 1500 x 1000 resize took 1.9 s
+// where `vips resize` on its command line takes 0.3 s), the centred cut our
+// plan takes (so both keep the target's aspect), vips_resize with the
+// linear kernel (our kernels 2 and 3 interpolate linearly between two or
+// three source pixels) or, for kernel 4, its default (box shrink, then
+// lanczos3), and the result written to memory.
 //
 // Outputs are checked before anything is timed: our vector kernels against
 // the plain ones byte for byte, and for kernels 2 and 3 ours against
@@ -52,6 +55,7 @@ struct Size {
 void* vips_resized(const ZKImgSetResizePlan& plan, std::size_t* size) {
   VipsImage* in = vips_image_new_from_memory(source().data(), source().size(), kWidth, kHeight, 3,
                                              VIPS_FORMAT_UCHAR);
+  vips_image_set_int(in, VIPS_META_SEQUENTIAL, 1);
   const int bottom = kHeight - (plan.cut_top + plan.cut_height);
   VipsImage *cut = nullptr, *out = nullptr;
   vips_extract_area(in, &cut, plan.cut_left, std::max(bottom, 0), plan.cut_width,
