@@ -2,7 +2,6 @@
 // decisions file, and what the second run writes, says and refuses.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -11,35 +10,12 @@
 #include <vector>
 
 #include "core/json_reader.h"
-#include "core/tool_limits.h"
-#include "files/input_file.h"
+#include "tool_run.h"
 
 namespace zkcli {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct ToolRun {
-  int status;
-  std::string output;  // standard output, then standard error
-};
-
-ToolRun run_tool(const std::string& arguments) {
-  FILE* pipe = popen((std::string(ZKIMGSET_TEST_TOOL) + " " + arguments + " 2>&1").c_str(), "r");
-  ToolRun run{-1, {}};
-  char buffer[4096];
-  std::size_t n = 0;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.output.append(buffer, n);
-  const int status = pclose(pipe);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
-}
-
-std::string slurp(const fs::path& path) { return read_file(path.string(), kMaxPictureFileBytes); }
-
-void spit(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
 
 // Replaces the first `from` in text by `to`.
 std::string edited(std::string text, const std::string& from, const std::string& to) {

@@ -2,7 +2,6 @@
 // exit status and the messages, and what is (and is not) left on disk.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -16,37 +15,12 @@
 #include "files/input_file.h"
 #include "files/picture_file.h"
 #include "files/tiff_directory.h"
+#include "tool_run.h"
 
 namespace zkcli {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct ToolRun {
-  int status;
-  std::string output;  // stdout and stderr together
-};
-
-// The tool's messages (stdout and stderr together), or with a redirection of
-// its own in arguments whatever it leaves on the pipe.
-ToolRun run_tool(const std::string& arguments, bool merge_stderr = true) {
-  const std::string command =
-      std::string(ZKIMGSET_TEST_TOOL) + " " + arguments + (merge_stderr ? " 2>&1" : "");
-  FILE* pipe = popen(command.c_str(), "r");
-  ToolRun run{-1, {}};
-  char buffer[4096];
-  std::size_t n = 0;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.output.append(buffer, n);
-  const int status = pclose(pipe);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
-}
-
-std::string slurp(const fs::path& path) { return read_file(path.string(), kMaxPictureFileBytes); }
-
-void spit(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 // A picture with some structure: gradients, a warm cast and a bright patch.
 Picture test_picture(int width, int height, Format format, int seed = 0) {

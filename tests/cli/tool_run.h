@@ -1,0 +1,25 @@
+// The command-line tool run as a user runs it, and the files it reads and
+// writes, for the tests that drive it whole.
+#ifndef ZKIMGSET_TESTS_CLI_TOOL_RUN_H
+#define ZKIMGSET_TESTS_CLI_TOOL_RUN_H
+
+#include <filesystem>
+#include <string>
+
+namespace zkcli {
+
+struct ToolRun {
+  int status;          // exit status, or -1 when it did not exit
+  std::string output;  // standard output, then standard error
+};
+
+// The tool's messages (stdout and stderr together), or with a redirection of
+// its own in arguments whatever it leaves on the pipe.
+ToolRun run_tool(const std::string& arguments, bool merge_stderr = true);
+
+std::string slurp(const std::filesystem::path& path);
+void spit(const std::filesystem::path& path, const std::string& bytes);
+
+}  // namespace zkcli
+
+#endif
