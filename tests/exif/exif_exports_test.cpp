@@ -2,9 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "exif/tiff_builder.h"
@@ -15,7 +12,6 @@
 namespace {
 
 using namespace zkimgset::testing;
-namespace fs = std::filesystem;
 
 std::string camera_jpeg(bool marked) {
   TiffLayout layout;
@@ -83,29 +79,6 @@ TEST(ExifExports, StoreShootingValuesAndAlwaysSucceed) {
   ExifShotInfo info;
   std::memset(&info, 'x', sizeof info);  // no NUL anywhere: the copy is bounded
   EXPECT_EQ(SetExifParamEx(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, info), ZKIMGSET_OK);
-}
-
-// Every camera file through both exports, with the statuses recorded for
-// the core in exif/expected_status.txt.
-TEST(ExifExports, GiveEveryCameraFileItsRecordedStatus) {
-  const fs::path data = fs::path(ZKIMGSET_TEST_DATA_DIR) / "exif";
-  std::ifstream table(data / "expected_status.txt");
-  std::string line;
-  int files = 0;
-  while (std::getline(table, line)) {
-    if (line.empty() || line[0] == '#') continue;
-    std::istringstream fields(line);
-    std::string name;
-    int basic_status = 0, extended_status = 0;
-    fields >> name >> basic_status >> extended_status;
-    const std::string path = (data / name).string();
-    ExifParam basic;
-    ExifParamEx extended;
-    EXPECT_EQ(GetExifParam(path.c_str(), &basic), basic_status) << name;
-    EXPECT_EQ(GetExifParamEx(path.c_str(), &extended), extended_status) << name;
-    ++files;
-  }
-  EXPECT_EQ(files, 366);
 }
 
 }  // namespace

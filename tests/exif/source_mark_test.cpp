@@ -47,57 +47,44 @@ Bytes maker_note(const std::string& name, const std::string& keyword, int entrie
   return note;
 }
 
-struct Case {
-  const char* what;
-  std::optional<std::uint8_t> scene_type;
-  std::string name;  // empty: no maker note
-  std::string keyword;
-  int entries;
-  std::optional<std::uint16_t> frame_check;
-  int expected;
-};
-
-class SourceMark : public ::testing::TestWithParam<Case> {};
-
-TEST_P(SourceMark, AnswersForEveryMarkOfAPreparedImage) {
-  const Case& c = GetParam();
-  for (const Order order : {Order::Little, Order::Big}) {
-    TiffLayout layout;
-    layout.order = order;
-    layout.ifd0 = {ascii(0x010F, "Maker")};
-    layout.exif = {shorts(0x9209, {0})};
-    if (c.scene_type) layout.exif.push_back(undefined(0xA301, {*c.scene_type}));
-    if (!c.name.empty())
-      layout.exif.push_back(
-          undefined(0x927C, maker_note(c.name, c.keyword, c.entries, c.frame_check)));
-    EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), c.expected)
-        << (order == Order::Big ? "MM" : "II");
-  }
+TEST(SourceMark, AnswersForEveryMarkOfAPreparedImage) {
+  const struct {
+    const char* what;
+    std::optional<std::uint8_t> scene_type;
+    std::string name;  // empty: no maker note
+    std::string keyword;
+    int entries;
+    std::optional<std::uint16_t> frame_check;
+    int expected;
+  } cases[] = {
+      {"nothing", std::nullopt, "", "", 0, std::nullopt, 0},
+      {"scene type 3", 3, "", "", 0, std::nullopt, 1},
+      {"scene type 1", 1, "", "", 0, std::nullopt, 0},
+      {"DSC with 7 entries", std::nullopt, "KALDREXA", "DSC", 7, std::nullopt, 1},
+      {"DSC, 8 entries, no frame check", std::nullopt, "KALDREXA", "DSC", 8, std::nullopt, 0},
+      {"DSC, 8 entries, frame check 3", std::nullopt, "KALDREXA", "DSC", 8, 3, 1},
+      {"DSC, 8 entries, frame check 2", 3, "KALDREXA", "DSC", 8, 2, 0},
+      {"the maker's name as keyword", std::nullopt, "KALDREXA", "KALDREXA", 2, std::nullopt, 1},
+      {"keyword at an offset", std::nullopt, "KALDREXA", "APS_H", 3, std::nullopt, 1},
+      {"unknown keyword", std::nullopt, "KALDREXA", "DSC2", 3, std::nullopt, 0},
+      {"unknown keyword, scene type 3", 3, "KALDREXA", "135", 3, std::nullopt, 1},
+      {"keyword case matters", std::nullopt, "KALDREXA", "dsc", 3, std::nullopt, 0},
+      {"another maker's note", std::nullopt, "KALDREXB", "DSC", 3, std::nullopt, 0},
+      {"another maker's note, scene type 3", 3, "OTHERCAM", "DSC", 3, std::nullopt, 1}};
+  for (const auto& c : cases)
+    for (const Order order : {Order::Little, Order::Big}) {
+      TiffLayout layout;
+      layout.order = order;
+      layout.ifd0 = {ascii(0x010F, "Maker")};
+      layout.exif = {shorts(0x9209, {0})};
+      if (c.scene_type) layout.exif.push_back(undefined(0xA301, {*c.scene_type}));
+      if (!c.name.empty())
+        layout.exif.push_back(
+            undefined(0x927C, maker_note(c.name, c.keyword, c.entries, c.frame_check)));
+      EXPECT_EQ(zkimgset::exif::source_mark(build_tiff(layout)), c.expected)
+          << c.what << (order == Order::Big ? ", MM" : ", II");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SourceMark,
-    ::testing::Values(
-        Case{"nothing", std::nullopt, "", "", 0, std::nullopt, 0},
-        Case{"scene type 3", 3, "", "", 0, std::nullopt, 1},
-        Case{"scene type 1", 1, "", "", 0, std::nullopt, 0},
-        Case{"DSC with 7 entries", std::nullopt, "KALDREXA", "DSC", 7, std::nullopt, 1},
-        Case{"DSC, 8 entries, no frame check", std::nullopt, "KALDREXA", "DSC", 8, std::nullopt, 0},
-        Case{"DSC, 8 entries, frame check 3", std::nullopt, "KALDREXA", "DSC", 8, 3, 1},
-        Case{"DSC, 8 entries, frame check 2", 3, "KALDREXA", "DSC", 8, 2, 0},
-        Case{"the maker's name as keyword", std::nullopt, "KALDREXA", "KALDREXA", 2, std::nullopt,
-             1},
-        Case{"keyword at an offset", std::nullopt, "KALDREXA", "APS_H", 3, std::nullopt, 1},
-        Case{"unknown keyword", std::nullopt, "KALDREXA", "DSC2", 3, std::nullopt, 0},
-        Case{"unknown keyword, scene type 3", 3, "KALDREXA", "135", 3, std::nullopt, 1},
-        Case{"keyword case matters", std::nullopt, "KALDREXA", "dsc", 3, std::nullopt, 0},
-        Case{"another maker's note", std::nullopt, "KALDREXB", "DSC", 3, std::nullopt, 0},
-        Case{"another maker's note, scene type 3", 3, "OTHERCAM", "DSC", 3, std::nullopt, 1}),
-    [](const auto& info) {
-      std::string name;
-      for (const char ch : std::string(info.param.what)) name += std::isalnum(ch) ? ch : '_';
-      return name;
-    });
 
 TEST(SourceMarkBounds, ReadsNothingOutsideTheBlock) {
   TiffLayout layout;
