@@ -8,63 +8,56 @@
 namespace zkimgset::autosetup {
 namespace {
 
-class ColourBalance : public ::testing::Test {
- protected:
-  ColourBalance() { library_.shooting.param.Flash = 0; }
-  // Decides from grey-pixel gains of 1.0 unless a test set others first.
-  void decide(double cb, double cr, double tm, bool neutral_gains = true) {
-    if (neutral_gains) std::fill(std::begin(state_.gain), std::end(state_.gain), 1.0f);
-    state_.chroma = {cb, cr, cb, cr, tm};
-    decide_colour_balance(state_, library_);
+// An estimate (cb, cr) beyond the threshold circle (squared radius tm) is
+// pulled onto it; grey-pixel gains of 1 add nothing at the reference grey,
+// so the offset is half of what remains, weakened by the shooting factor,
+// the hue band (same signs, ratio near 1), a saturated picture (sat_av over
+// 4000) and bit 5.
+TEST(ColourBalance, EstimateIsPulledOntoTheCircleWeakenedAndHalved) {
+  const struct {
+    std::uint16_t custom_rendered, flash, setup_mode;
+    int sat_av;
+    double cb, cr, tm;
+    int cb_ofs, cr_ofs;
+  } cases[] = {{1, 0, 0, 0, 10, -6, 400, 0, 0},   // a rendered picture gets no balance
+               {0, 255, 0, 0, 30, 0, 144, 5, 0},  // unknown flash: 0.9 of 12, 10.8
+               {0, 0, 0, 0, 30, 0, 144, 6, 0},
+               {0, 0, ZKIMGSET_SETUP_HALVE, 0, 0, -30, 144, 0, -3},
+               {0, 0, ZKIMGSET_SETUP_HALVE, 0, 0, -14, 1000, 0, -4},  // -3.5 away from zero
+               {0, 0, 0, 0, 6, 6, 1000, 2, 2},                        // 6 x 0.666667 / 2
+               {0, 0, 0, 4001, -8, 8, 1000, -2, 2}};
+  for (const auto& c : cases) {
+    AnalysisState state;
+    LibraryState library;
+    library.shooting.param.CustomRendered = c.custom_rendered;
+    library.shooting.param.Flash = c.flash;
+    library.setup_mode = c.setup_mode;
+    state.sat_av = static_cast<std::int16_t>(c.sat_av);
+    std::fill(std::begin(state.gain), std::end(state.gain), 1.0f);
+    state.gain[kRed] = c.custom_rendered ? 1.3f : 1.0f;
+    state.chroma = {c.cb, c.cr, c.cb, c.cr, c.tm};
+    decide_colour_balance(state, library);
+    EXPECT_EQ(state.cb_ofs, c.cb_ofs) << c.cb << ", " << c.cr;
+    EXPECT_EQ(state.cr_ofs, c.cr_ofs) << c.cb << ", " << c.cr;
+    if (c.custom_rendered) {
+      EXPECT_EQ(state.gain[kRed], 1.0f) << "no gain is kept for a rendered picture";
+    }
   }
-  AnalysisState state_;
-  LibraryState library_;
-};
-
-TEST_F(ColourBalance, CustomRenderedOneGetsNoBalance) {
-  library_.shooting.param.CustomRendered = 1;
-  state_.gain[kRed] = 1.3f;
-  decide(10, -6, 400);
-  EXPECT_EQ(state_.cb_ofs, 0);
-  EXPECT_EQ(state_.cr_ofs, 0);
-  for (float gain : state_.gain) EXPECT_EQ(gain, 1.0f);
 }
 
-TEST_F(ColourBalance, StrongEstimateIsPulledOntoTheCircleThenWeakened) {
-  // (30, 0) onto the circle of squared radius 144 is (12, 0); neutral gains
-  // add nothing at the reference grey, so the offset is half the estimate.
-  library_.shooting.param.Flash = 255;  // unknown: 0.9 of it, 10.8
-  decide(30, 0, 144);
-  EXPECT_EQ(state_.cb_ofs, 5);
-  EXPECT_EQ(state_.cr_ofs, 0);
-  library_.shooting.param.Flash = 0;
-  decide(30, 0, 144);
-  EXPECT_EQ(state_.cb_ofs, 6);
-  library_.setup_mode = ZKIMGSET_SETUP_HALVE;
-  decide(0, -30, 144);
-  EXPECT_EQ(state_.cr_ofs, -3);
-  decide(0, -14, 1000);
-  EXPECT_EQ(state_.cr_ofs, -4) << "-3.5 rounds away from zero";
-}
-
-TEST_F(ColourBalance, HueBandAndSaturatedPictureWeaken) {
-  decide(6, 6, 1000);           // same signs, ratio 1: inside the band
-  EXPECT_EQ(state_.cb_ofs, 2);  // 6 x 0.666667 / 2
-  state_.sat_av = 4001;
-  decide(-8, 8, 1000);
-  EXPECT_EQ(state_.cb_ofs, -2);
-  EXPECT_EQ(state_.cr_ofs, 2);
-}
-
-TEST_F(ColourBalance, GreyPixelGainsAloneGiveAHalvedCast) {
-  state_.gain[kRed] = 1.2f;  // grey pixels were short of red
-  state_.gain[kGreen] = 1.0f;
-  state_.gain[kBlue] = 0.8f;
-  decide(0, 0, 100, false);
-  EXPECT_GT(state_.cr_ofs, 0);
-  EXPECT_LT(state_.cb_ofs, 0);
-  EXPECT_GT(state_.gain[kRed], 1.0f);
-  EXPECT_LT(state_.gain[kRed], 1.2f) << "the new gain is the mean of the old and the estimate's";
+TEST(ColourBalance, GreyPixelGainsAloneGiveAHalvedCast) {
+  AnalysisState state;
+  LibraryState library;
+  library.shooting.param.Flash = 0;
+  state.gain[kRed] = 1.2f;  // grey pixels were short of red
+  state.gain[kGreen] = 1.0f;
+  state.gain[kBlue] = 0.8f;
+  state.chroma = {0, 0, 0, 0, 100};
+  decide_colour_balance(state, library);
+  EXPECT_GT(state.cr_ofs, 0);
+  EXPECT_LT(state.cb_ofs, 0);
+  EXPECT_GT(state.gain[kRed], 1.0f);
+  EXPECT_LT(state.gain[kRed], 1.2f) << "the new gain is the mean of the old and the estimate's";
 }
 
 TEST(ShootingFactor, FollowsFlashAndBrightness) {

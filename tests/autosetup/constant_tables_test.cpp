@@ -53,9 +53,6 @@ TEST(ConstantTables, ZoneMapRingsAroundTheCentre) {
   EXPECT_EQ(zone(12, 48), 2);  // map row 3, column 12
   EXPECT_EQ(zone(91, 36), 1);  // rows 88..91 are the last map row
   EXPECT_EQ(zone(91, 35), 0);
-  int count[4] = {};
-  for (int i = 0; i < 128 * 92; ++i) ++count[zone_of(i)];
-  for (int z = 1; z <= 3; ++z) EXPECT_GT(count[z], 0) << "zone " << z;
   for (int row = 0; row < 92; ++row)
     for (int column = 0; column < 128; ++column)
       ASSERT_EQ(zone(row, column), zone(91 - row, column)) << "top and bottom mirror";

@@ -73,7 +73,7 @@ TEST_F(Dump, TextFileHoldsEveryQuantityInOrder) {
   }
   // A text file: its line ends are the platform's (CR LF on Windows).
   EXPECT_EQ(read(folder_.path() / "pic_AutoSetupParam.txt", std::ios::in), expected);
-  EXPECT_NE(expected.find("tone[  7]\t 248\n"), std::string::npos);
+  EXPECT_NE(expected.find("tone[  7]\t 248\n"), std::string::npos) << "the format's widths";
 }
 
 TEST_F(Dump, RawFilesInterleaveThePlanes) {
@@ -89,14 +89,13 @@ TEST_F(Dump, RawFilesInterleaveThePlanes) {
   EXPECT_EQ(yy.substr(0, 3), std::string({0, 1, 2}));
 }
 
-TEST_F(Dump, WritesNothingWhenTheTextFileCannotBeOpened) {
+// Nothing is written when the text file cannot be opened or an argument is
+// missing, and the raw files stop at the first that cannot be opened.
+TEST_F(Dump, StopsAtTheFirstFileThatCannotBeOpened) {
   dump((folder_.path() / "missing" / "").string());
   dump_auto_setup_param(folder_.slashed().c_str(), nullptr, &rect_, thumb_.get(), state_, library_);
   dump_auto_setup_param(folder_.slashed().c_str(), "pic", nullptr, thumb_.get(), state_, library_);
   EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
-}
-
-TEST_F(Dump, StopsAtTheFirstRawFileThatCannotBeOpened) {
   std::filesystem::create_directory(folder_.path() / "pic_ThumbRGB128x92.raw");
   dump(folder_.slashed());
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "pic_ThumbYCC128x92.raw"));

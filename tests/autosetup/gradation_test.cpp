@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "autosetup/constant_tables.h"
@@ -69,26 +70,21 @@ TEST_F(FullGradation, ContrastAdjustmentIsClampedAndMovesTheEnds) {
   EXPECT_LT(state_.tone[255], 235);
 }
 
-TEST(DefaultGradation, ContrastThirty) {
-  AnalysisState state;
-  LibraryState library;
-  library.adjust.SetupAdjustA = 30;
-  default_gradation(state, library);
-  for (int i = 0; i < 30; ++i) EXPECT_EQ(state.tone[i], 0) << i;
-  for (int i = 30; i < 225; ++i) EXPECT_EQ(state.tone[i], std::lround((i - 30) * 255.0 / 195)) << i;
-  for (int i = 225; i < 256; ++i) EXPECT_EQ(state.tone[i], 255) << i;
-}
-
-TEST(DefaultGradation, ZeroIsTheIdentityAndNegativeLowersContrast) {
-  AnalysisState state;
-  LibraryState library;
-  default_gradation(state, library);
-  for (int i = 0; i < 256; ++i) EXPECT_EQ(state.tone[i], i);
-  library.adjust.SetupAdjustA = -30;
-  default_gradation(state, library);
-  EXPECT_EQ(state.tone[0], 30);
-  EXPECT_EQ(state.tone[255], 225);
-  EXPECT_EQ(state.tone[128], 128);
+// Contrast a stretches levels a..255 - a over the whole range; a negative
+// one squeezes the range into -a..255 + a.
+TEST(DefaultGradation, FollowsTheContrastAdjustment) {
+  for (const int a : {30, 0, -30}) {
+    AnalysisState state;
+    LibraryState library;
+    library.adjust.SetupAdjustA = static_cast<std::int16_t>(a);
+    default_gradation(state, library);
+    for (int i = 0; i < 256; ++i) {
+      const long expected = a >= 0
+                                ? std::clamp(std::lround((i - a) * 255.0 / (255 - 2 * a)), 0L, 255L)
+                                : std::lround((255 + 2 * a) * i / 255.0 - a);
+      ASSERT_EQ(state.tone[i], expected) << a << " at " << i;
+    }
+  }
 }
 
 TEST(FinalToneTable, ChainsTheLevelGammaOntoTone) {

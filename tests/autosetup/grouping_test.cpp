@@ -38,28 +38,17 @@ Painter noise(unsigned seed, int amplitude) {
   };
 }
 
-Painter stripes(int period) {
-  return [period](int row, int column, std::uint8_t* v) {
-    const bool dark = (row + 2 * column) / period % 2 == 0;
+// Two levels in a pattern, grey: stripes, checks or a spiral of period n.
+Painter pattern(const char* kind, int n) {
+  return [kind, n](int row, int column, std::uint8_t* v) {
+    const double turn = std::atan2(row - 46, column - 64) / (2 * std::numbers::pi) +
+                        std::hypot(row - 46, column - 64) / 9;
+    const bool dark = kind[0] == 's'   ? (row + 2 * column) / n % 2 == 0
+                      : kind[0] == 'c' ? (row / n + column / n) % 2 == 0
+                                       : int(turn * 4) % 2 == 0;
     v[0] = v[2] = dark ? 40 : 200;
-    v[1] = v[3] = 128;
-  };
-}
-
-Painter spiral() {
-  return [](int row, int column, std::uint8_t* v) {
-    const double dy = row - 46, dx = column - 64;
-    const double turn = std::atan2(dy, dx) / (2 * std::numbers::pi) + std::hypot(dx, dy) / 9;
-    v[0] = v[2] = static_cast<std::uint8_t>(static_cast<int>(turn * 4) % 2 == 0 ? 60 : 180);
-    v[1] = 128 + static_cast<int>(turn) % 3;
+    v[1] = static_cast<std::uint8_t>(128 + (kind[0] == 'p' ? int(turn) % 3 : 0));
     v[3] = 128;
-  };
-}
-
-Painter checkerboard(int cell) {
-  return [cell](int row, int column, std::uint8_t* v) {
-    v[0] = v[2] = (row / cell + column / cell) % 2 == 0 ? 30 : 220;
-    v[1] = v[3] = 128;
   };
 }
 
@@ -77,24 +66,23 @@ Painter photo_like(unsigned seed) {
   };
 }
 
-struct GroupingCase {
-  const char* name;
-  Painter paint;
-  int toler, cb_limit, cr_limit;
-};
-
 TEST(Grouping, MatchesTheLiteralRelabellingLabelForLabel) {
-  std::vector<GroupingCase> cases = {
+  struct Case {
+    const char* name;
+    Painter paint;
+    int toler, cb_limit, cr_limit;
+  };
+  std::vector<Case> cases = {
       {"coarse noise", noise(1, 12), 4, 3, 3},    {"fine noise", noise(2, 40), 1, 1, 1},
-      {"dense noise", noise(3, 6), 2, 2, 2},      {"stripes", stripes(5), 3, 1, 1},
-      {"thin stripes", stripes(1), 3, 1, 1},      {"spiral", spiral(), 2, 1, 1},
-      {"checkerboard", checkerboard(1), 5, 1, 1}, {"big checks", checkerboard(7), 5, 1, 1},
+      {"dense noise", noise(3, 6), 2, 2, 2},      {"stripes", pattern("s", 5), 3, 1, 1},
+      {"thin stripes", pattern("s", 1), 3, 1, 1}, {"spiral", pattern("p", 0), 2, 1, 1},
+      {"checkerboard", pattern("c", 1), 5, 1, 1}, {"big checks", pattern("c", 7), 5, 1, 1},
       {"photo", photo_like(4), 3, 2, 2},          {"photo, loose", photo_like(5), 9, 5, 5},
       {"photo, tight", photo_like(6), 1, 1, 1}};
   for (unsigned seed = 10; seed < 16; ++seed)
     cases.push_back(
         {"noise sweep", noise(seed, 3 + seed % 5 * 4), int(seed % 4), 1 + int(seed % 3), 2});
-  for (const GroupingCase& c : cases) {
+  for (const Case& c : cases) {
     const auto thumb = thumbnail(c.paint);
     AnalysisState state;
     state.toler = static_cast<std::int16_t>(c.toler);
@@ -127,38 +115,34 @@ TEST(Grouping, GroupRecordsSummariseTheirPixels) {
   ASSERT_EQ(state.allgrpno, 2);  // the background first, as it appears first
   const Group& box = state.groups.group[1];
   EXPECT_EQ(state.groups.count[1], 20 * 40);
-  EXPECT_EQ(box.mean_y, 30);
-  EXPECT_EQ(box.mean_cb, -28);
-  EXPECT_EQ(box.mean_cr, 22);
-  EXPECT_EQ(box.min_column, 20);
-  EXPECT_EQ(box.max_column, 59);
-  EXPECT_EQ(box.min_row, 10);
-  EXPECT_EQ(box.max_row, 29);
   EXPECT_EQ(state.groups.count[0], kThumbPixels - 800);
   EXPECT_EQ(state.groups.group[0].max_column, 127);
+  // Both ends count: columns 20 to 59 are 40 wide.
+  const int figures[] = {box.mean_y,     box.mean_cb, box.mean_cr, box.min_column,
+                         box.max_column, box.min_row, box.max_row};
+  const int expected[] = {30, -28, 22, 20, 59, 10, 29};
+  EXPECT_TRUE(std::equal(std::begin(figures), std::end(figures), std::begin(expected)));
 }
 
-TEST(GroupAnalysis, FlatThumbnailIsNeverGrouped) {
-  // Level 20 everywhere: flat, yet below the band where a crowded level
-  // makes the picture unusable.
-  auto thumb = std::make_unique<_ThumbnailData>();
-  for (int i = 0; i < kThumbPixels; ++i)
-    for (int p = 0; p < 4; ++p) thumb->plane[p][i] = 20;
-  AnalysisState state;
+// A flat thumbnail (level 20, below the band where a crowded level makes the
+// picture unusable) is never grouped; fine noise is, with tolerances widened
+// once, and then given up.
+TEST(GroupAnalysis, FlatThumbnailIsNeverGroupedAndFineNoiseRetriesOnce) {
   LibraryState library;
   library.setup_mode = 0x1F;
   library.shooting.param.Flash = 0;
+  auto flat = std::make_unique<_ThumbnailData>();
+  for (auto& plane : flat->plane) std::fill(std::begin(plane), std::end(plane), 20);
+  AnalysisState state;
   state.nextgrp = 1234;
-  run_analysis(*thumb, state, library);
+  run_analysis(*flat, state, library);
   EXPECT_EQ(state.dif_av, 0);
   EXPECT_EQ(library.setup_mode & ZKIMGSET_SETUP_GROUP_DENSITY, 0);
   EXPECT_EQ(state.nextgrp, 1234) << "no grouping ran";
   EXPECT_EQ(state.dens_eff, state.dens_av) << "the plain density (bit 3) took over";
-}
 
-TEST(GroupAnalysis, FineNoiseRetriesWithWiderTolerancesThenGivesUp) {
-  // Thumbnail in RGB, as made from a picture: the statistics turn it into
-  // luminance and colour differences.
+  // In RGB, as made from a picture: the statistics turn it into luminance
+  // and colour differences.
   auto thumb = std::make_unique<_ThumbnailData>();
   std::mt19937 random(9);
   for (int i = 0; i < kThumbPixels; ++i) {
@@ -168,119 +152,115 @@ TEST(GroupAnalysis, FineNoiseRetriesWithWiderTolerancesThenGivesUp) {
     thumb->plane[3][i] = static_cast<std::uint8_t>(b);
     thumb->plane[0][i] = static_cast<std::uint8_t>((306 * r + 601 * g + 117 * b) >> 10);
   }
-  AnalysisState state;
-  LibraryState library;
   library.setup_mode = 0x1F;
-  library.shooting.param.Flash = 0;
   auto probe = std::make_unique<_ThumbnailData>(*thumb);
   AnalysisState first;
   ASSERT_TRUE(run_statistics(*probe, first, library));
   neighbour_differences(*probe, first);
   ASSERT_LT(first.dif_av, 50);
   ASSERT_LE(first.groups.cb_dif + first.groups.cr_dif, 28) << "busy enough to try grouping";
-
-  run_analysis(*thumb, state, library);
-  EXPECT_GT(state.allgrpno, kMaxGroups);
-  EXPECT_EQ(state.toler, first.toler + (first.toler < 10 ? 1 : 2));
-  EXPECT_EQ(state.groups.cb_limit, first.groups.cb_limit + 1);
+  AnalysisState retried;
+  run_analysis(*thumb, retried, library);
+  EXPECT_GT(retried.allgrpno, kMaxGroups);
+  EXPECT_EQ(retried.toler, first.toler + (first.toler < 10 ? 1 : 2));
+  EXPECT_EQ(retried.groups.cb_limit, first.groups.cb_limit + 1);
   EXPECT_EQ(library.setup_mode & ZKIMGSET_SETUP_GROUP_DENSITY, 0);
 }
 
 // ---- Exclusion and subject, on group records made by hand -----------------
 
-class GroupSelection : public ::testing::Test {
- protected:
-  GroupSelection() {
-    state_.dens_av = 700;
-    state_.wt_clp = 250;
-    state_.bk_clp = 5;
-    state_.yy_av = 120;
-    library_.shooting.param.Flash = 255;
-  }
-  int add(int count, int mean_y, int cb, int cr, int min_c, int max_c, int min_r, int max_r) {
-    const int k = state_.allgrpno++;
-    state_.groups.group[k] = Group{mean_y,
-                                   cb,
-                                   cr,
-                                   std::uint8_t(min_c),
-                                   std::uint8_t(max_c),
-                                   std::uint8_t(min_r),
-                                   std::uint8_t(max_r)};
-    state_.groups.count[k] = static_cast<std::uint16_t>(count);
-    return k;
-  }
-  AnalysisState state_;
-  LibraryState library_;
+struct Box {
+  int count;
+  Group group;  // mean Y, Cb, Cr; first and last column and row
 };
 
-TEST_F(GroupSelection, EqualScoresKeepTheEarlierGroupExcluded) {
-  add(5000, 120, 0, 0, 0, 127, 0, 91);                             // the normal background
-  for (int k = 0; k < 13; ++k) add(100, 2, 0, 0, 10, 20, 10, 20);  // 13 equally extreme groups
-  exclude_extreme_groups(state_);
-  for (int k = 1; k <= 12; ++k) EXPECT_EQ(state_.groups.excluded[k], 1) << k;
-  EXPECT_EQ(state_.groups.excluded[13], 0) << "the thirteenth equal score does not enter";
-  EXPECT_EQ(state_.groups.excluded[0], 0);
-  EXPECT_EQ(state_.selected_count, 5100);
-  EXPECT_EQ(state_.groups.kept_hist[2], 100);
-}
-
-TEST_F(GroupSelection, SkinPatchInTheMiddleIsTheSubject) {
-  add(8000, 120, 0, 0, 0, 127, 0, 91);
-  const int skin = add(300, 150, -20, 20, 55, 74, 35, 54);  // 20 x 20 box, 300 of 400
-  exclude_extreme_groups(state_);
-  select_subject(state_, library_);
-  EXPECT_EQ(state_.density_weight, 300);
-  EXPECT_EQ(state_.groups.subject_y, 150);
-  EXPECT_EQ(state_.yy_select, 150) << "flash unknown: the subject's mean";
-  EXPECT_EQ(state_.dens_sel, level_density()[150]);
-  EXPECT_EQ(state_.groups.count[skin], 300);
-  EXPECT_EQ(state_.groups.count[0], 0) << "the background is no subject";
-}
-
-TEST_F(GroupSelection, SubjectColourIsTakenAfterTheBalanceOffsets) {
-  add(8000, 120, 0, 0, 0, 127, 0, 91);
-  add(300, 150, -20, 20, 55, 74, 35, 54);
-  state_.cb_ofs = -60;  // -20 - (-60) = +40: no longer a warm colour
-  exclude_extreme_groups(state_);
-  select_subject(state_, library_);
-  EXPECT_EQ(state_.density_weight, state_.selected_count);
-}
-
-TEST_F(GroupSelection, PatchTouchingAnEdgeOrACornerIsNoSubject) {
-  const int boxes[][4] = {{0, 19, 35, 54}, {108, 127, 35, 54}, {3, 22, 2, 21}, {110, 125, 80, 90}};
-  for (const auto& box : boxes) {
-    state_.allgrpno = 0;
-    add(8000, 120, 0, 0, 0, 127, 0, 91);
-    add(300, 150, -20, 20, box[0], box[1], box[2], box[3]);
-    exclude_extreme_groups(state_);
-    select_subject(state_, library_);
-    EXPECT_EQ(state_.density_weight, state_.selected_count) << box[0] << "," << box[2];
+AnalysisState with_groups(const std::vector<Box>& boxes) {
+  AnalysisState s;
+  s.dens_av = 700;
+  s.wt_clp = 250;
+  s.bk_clp = 5;
+  s.yy_av = 120;
+  for (const Box& b : boxes) {
+    const int k = s.allgrpno++;
+    s.groups.group[k] = b.group;
+    s.groups.count[k] = static_cast<std::uint16_t>(b.count);
   }
+  return s;
 }
 
-TEST_F(GroupSelection, WithoutASubjectTheKeptGroupsDecide) {
-  add(6000, 120, 0, 0, 0, 127, 0, 91);
-  add(5000, 120, 3, 3, 0, 127, 0, 91);
-  exclude_extreme_groups(state_);
-  select_subject(state_, library_);
-  EXPECT_EQ(state_.density_weight, 11000);
-  EXPECT_EQ(state_.density_weight, state_.selected_count);
-  EXPECT_EQ(state_.dens_eff, level_density()[120]);
-  EXPECT_EQ(state_.dens_sel, level_density()[120]) << "kept density, and yy_av's";
+TEST(GroupSelection, EqualScoresKeepTheEarlierGroupExcluded) {
+  std::vector<Box> boxes = {{5000, {120, 0, 0, 0, 127, 0, 91}}};       // the normal background
+  boxes.insert(boxes.end(), 13, Box{100, {2, 0, 0, 10, 20, 10, 20}});  // 13 equally extreme
+  AnalysisState s = with_groups(boxes);
+  exclude_extreme_groups(s);
+  for (int k = 1; k <= 12; ++k) EXPECT_EQ(s.groups.excluded[k], 1) << k;
+  EXPECT_EQ(s.groups.excluded[13], 0) << "the thirteenth equal score does not enter";
+  EXPECT_EQ(s.groups.excluded[0], 0);
+  EXPECT_EQ(s.selected_count, 5100);
+  EXPECT_EQ(s.groups.kept_hist[2], 100);
 }
 
-TEST_F(GroupSelection, KnownFlashReachesIntoTheSubjectHistogram) {
-  library_.shooting.param.Flash = 0;  // not fired, no brightness: half the subject from the top
-  add(8000, 120, 0, 0, 0, 127, 0, 91);
-  add(300, 200, -20, 20, 55, 74, 35, 54);
-  add(300, 100, -20, 20, 80, 99, 35, 54);
-  exclude_extreme_groups(state_);
-  select_subject(state_, library_);
-  EXPECT_EQ(state_.groups.subject_y, 150);
-  EXPECT_EQ(state_.yy_select, (200 + 150) / 2);
-  EXPECT_EQ(
-      state_.dens_sel,
-      (level_density()[175] + (level_density()[200] * 300 + level_density()[100] * 300) / 600) / 2);
+// A warm patch (Cb -20, Cr +20) of 300 pixels in a box of columns c0..c1,
+// rows r0..r1, at level y.
+Box patch(int c0, int c1, int r0, int r1, int y = 150) {
+  const auto u8 = [](int v) { return static_cast<std::uint8_t>(v); };
+  return {300, {y, -20, 20, u8(c0), u8(c1), u8(r0), u8(r1)}};
+}
+
+// A warm patch away from the edges is the subject: its count is the density
+// weight (0: no subject, the kept groups decide) and its level leads the
+// selected density.
+TEST(GroupSelection, WarmPatchAwayFromTheEdgesIsTheSubject) {
+  const auto& ld = level_density();
+  const Box grey_whole = {5000, {120, 3, 3, 0, 127, 0, 91}};
+  const struct {
+    const char* what;
+    std::uint16_t flash;
+    int cb_ofs;
+    std::vector<Box> boxes;  // after a background of 8000 pixels at level 120
+    int weight, yy_select, dens_sel;
+  } cases[] = {{"in the middle, flash unknown: its mean",
+                255,
+                0,
+                {patch(55, 74, 35, 54)},
+                300,
+                150,
+                ld[150]},
+               // -20 - (-60) = +40: no longer a warm colour.
+               {"colour taken after the offsets", 255, -60, {patch(55, 74, 35, 54)}, 0, -1, -1},
+               {"touching the left edge", 255, 0, {patch(0, 19, 35, 54)}, 0, -1, -1},
+               {"touching the right edge", 255, 0, {patch(108, 127, 35, 54)}, 0, -1, -1},
+               {"in the top left corner", 255, 0, {patch(3, 22, 2, 21)}, 0, -1, -1},
+               {"in the bottom right corner", 255, 0, {patch(110, 125, 80, 90)}, 0, -1, -1},
+               {"no subject: the kept density, and yy_av's", 255, 0, {grey_whole}, 0, -1, ld[120]},
+               // Not fired, no brightness: half the subject from the top.
+               {"flash known",
+                0,
+                0,
+                {patch(55, 74, 35, 54, 200), patch(80, 99, 35, 54, 100)},
+                600,
+                175,
+                (ld[175] + (ld[200] * 300 + ld[100] * 300) / 600) / 2}};
+  for (const auto& c : cases) {
+    std::vector<Box> boxes = {{8000, {120, 0, 0, 0, 127, 0, 91}}};
+    boxes.insert(boxes.end(), c.boxes.begin(), c.boxes.end());
+    AnalysisState s = with_groups(boxes);
+    s.cb_ofs = static_cast<std::int16_t>(c.cb_ofs);
+    LibraryState library;
+    library.shooting.param.Flash = c.flash;
+    exclude_extreme_groups(s);
+    select_subject(s, library);
+    EXPECT_EQ(s.density_weight, c.weight == 0 ? s.selected_count : c.weight) << c.what;
+    if (c.yy_select >= 0) {
+      EXPECT_EQ(s.yy_select, c.yy_select) << c.what;
+    }
+    if (c.dens_sel >= 0) {
+      EXPECT_EQ(s.dens_sel, c.dens_sel) << c.what;
+    }
+    if (c.weight > 0) {
+      EXPECT_EQ(s.groups.subject_y, 150) << c.what;
+    }
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <memory>
 
@@ -51,15 +52,12 @@ TEST(AnalysisArea, TrimsPureWhiteMarginsOnly) {
   EXPECT_EQ(memory.top, 40 - 1 - 35);
   EXPECT_EQ(memory.bottom, 40 - 1 - 3);
   EXPECT_EQ(memory.right, 31);
-}
 
-TEST(AnalysisArea, AllWhiteKeepsTheWholePicture) {
-  const TestPicture p(30, 20, [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 255; });
-  const tagRECT area = find_analysis_area(p.packed());
-  EXPECT_EQ(area.left, 0);
-  EXPECT_EQ(area.top, 0);
-  EXPECT_EQ(area.right, 29);
-  EXPECT_EQ(area.bottom, 19);
+  const TestPicture white(30, 20, [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 255; });
+  const tagRECT whole = find_analysis_area(white.packed());
+  EXPECT_EQ((std::array{whole.left, whole.top, whole.right, whole.bottom}),
+            (std::array{0, 0, 29, 19}))
+      << "all white keeps the whole picture";
 }
 
 TEST(Thumbnail, WhiteMarginsDoNotChangeIt) {
@@ -76,47 +74,39 @@ TEST(Thumbnail, WhiteMarginsDoNotChangeIt) {
 
 // Where each landscape step samples, and which neighbourhood it averages: on
 // a checkerboard of 0 and 200 the averages tell the bands apart.
-struct StepCase {
-  int width, height, step, radius;
-  std::uint8_t yy_dark_centre, yy_bright_centre;
-};
-
-class ThumbnailStep : public ::testing::TestWithParam<StepCase> {};
-
-TEST_P(ThumbnailStep, SamplesTheNeighbourhoodCentre) {
-  const StepCase c = GetParam();
-  const TestPicture coords = coordinate_picture(c.width, c.height);
-  EXPECT_EQ(thumbnail_step(find_analysis_area(coords.packed())), c.step);
-  const auto thumb = thumbnail_of(coords.packed());
-  const int x0 = (c.width - 128 * c.step) / 2, y0 = (c.height - 92 * c.step) / 2;
-  for (int r : {0, 1, 45, 91})
-    for (int col : {0, 1, 64, 127})
-      EXPECT_EQ(source_of(*thumb, r, col),
-                (Position{x0 + c.step * col + c.radius, y0 + c.step * r + c.radius}))
-          << r << "," << col;
-
-  const TestPicture board(c.width, c.height, [](int x, int y, std::uint8_t* px) {
-    px[0] = px[1] = px[2] = (x + y) % 2 == 0 ? 0 : 200;
-  });
-  const auto averaged = thumbnail_of(board.packed());
-  for (int i : {0, 1, 129, 5000, kThumbPixels - 1}) {
-    const Position centre = source_of(*thumb, i / 128, i % 128);
-    const bool dark = (centre.x + centre.y) % 2 == 0;
-    EXPECT_EQ(averaged->plane[kPlaneYy][i], dark ? c.yy_dark_centre : c.yy_bright_centre) << i;
+TEST(Thumbnail, EachStepSamplesItsNeighbourhoodCentre) {
+  const struct {
+    int width, height, step, radius;
+    std::uint8_t yy_dark_centre, yy_bright_centre;
+  } cases[] = {{512, 368, 4, 0, 0, 200},       // the point sample
+               {513, 371, 4, 0, 0, 200},       // centred, odd leftovers
+               {640, 460, 5, 1, 160, 40},      // centre and 4 neighbours
+               {1280, 920, 10, 1, 89, 111},    // 3 x 3
+               {1536, 1104, 12, 2, 62, 138},   // 13 pixels
+               {3584, 2576, 28, 3, 98, 102}};  // 7 x 7
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.width) + " x " + std::to_string(c.height));
+    const TestPicture coords = coordinate_picture(c.width, c.height);
+    EXPECT_EQ(thumbnail_step(find_analysis_area(coords.packed())), c.step);
+    const auto thumb = thumbnail_of(coords.packed());
+    const int x0 = (c.width - 128 * c.step) / 2, y0 = (c.height - 92 * c.step) / 2;
+    for (int r : {0, 1, 45, 91})
+      for (int col : {0, 1, 64, 127})
+        EXPECT_EQ(source_of(*thumb, r, col),
+                  (Position{x0 + c.step * col + c.radius, y0 + c.step * r + c.radius}))
+            << r << "," << col;
+    // On a checkerboard of 0 and 200 the averages tell the neighbourhoods apart.
+    const TestPicture board(c.width, c.height, [](int x, int y, std::uint8_t* px) {
+      px[0] = px[1] = px[2] = (x + y) % 2 == 0 ? 0 : 200;
+    });
+    const auto averaged = thumbnail_of(board.packed());
+    for (int i : {0, 1, 129, 5000, kThumbPixels - 1}) {
+      const Position centre = source_of(*thumb, i / 128, i % 128);
+      const bool dark = (centre.x + centre.y) % 2 == 0;
+      EXPECT_EQ(averaged->plane[kPlaneYy][i], dark ? c.yy_dark_centre : c.yy_bright_centre) << i;
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Steps, ThumbnailStep,
-    ::testing::Values(StepCase{512, 368, 4, 0, 0, 200},       // the point sample
-                      StepCase{513, 371, 4, 0, 0, 200},       // centred, odd leftovers
-                      StepCase{640, 460, 5, 1, 160, 40},      // centre and 4 neighbours
-                      StepCase{1280, 920, 10, 1, 89, 111},    // 3 x 3
-                      StepCase{1536, 1104, 12, 2, 62, 138},   // 13 pixels
-                      StepCase{3584, 2576, 28, 3, 98, 102}),  // 7 x 7
-    [](const auto& info) {
-      return std::to_string(info.param.width) + "x" + std::to_string(info.param.height);
-    });
 
 TEST(Thumbnail, PortraitIsTurnedAQuarterTurn) {
   const TestPicture small = coordinate_picture(92, 128);
@@ -146,20 +136,16 @@ TEST(Thumbnail, StepZeroReadsOnePixelEverywhere) {
 
 // The bitmap layout starts its rows so that its point samples are the packed
 // layout's, whatever the parity of the height.
-class BitmapLayout : public ::testing::TestWithParam<std::pair<int, int>> {};
-
-TEST_P(BitmapLayout, PointSamplesMatchThePackedLayout) {
-  const auto [w, h] = GetParam();
-  const TestPicture p = coordinate_picture(w, h);
-  const BitmapPicture bitmap(p);
-  const auto packed = thumbnail_of(p.packed());
-  const auto from_bitmap = thumbnail_of(bitmap.picture);
-  EXPECT_EQ(std::memcmp(packed.get(), from_bitmap.get(), sizeof(_ThumbnailData)), 0);
+TEST(BitmapLayout, PointSamplesMatchThePackedLayout) {
+  for (const auto& [w, h] : {std::pair{512, 368}, {512, 369}, {368, 512}, {369, 513}}) {
+    const TestPicture p = coordinate_picture(w, h);
+    const BitmapPicture bitmap(p);
+    EXPECT_EQ(std::memcmp(thumbnail_of(p.packed()).get(), thumbnail_of(bitmap.picture).get(),
+                          sizeof(_ThumbnailData)),
+              0)
+        << w << " x " << h;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Parities, BitmapLayout,
-                         ::testing::Values(std::pair{512, 368}, std::pair{512, 369},
-                                           std::pair{368, 512}, std::pair{369, 513}));
 
 TEST(BitmapLayout, NeighbourhoodLiesTwoRadiiHigherThanInThePackedLayout) {
   for (const int h : {460, 461}) {

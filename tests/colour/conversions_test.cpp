@@ -37,64 +37,57 @@ class Conversions : public ::testing::Test {
   LibraryState state_;
 };
 
-std::vector<std::uint8_t> mid_grey_with_white_border(int w, int h) {
-  const TestPicture p(w, h, [&](int x, int y, std::uint8_t* px) {
-    const bool border = x < 3 || y < 2 || x >= w - 4 || y >= h - 1;
-    px[0] = border ? 255 : 100;
-    px[1] = border ? 255 : 150;
-    px[2] = border ? 255 : 200;
-  });
-  return p.rgb;
+// Inside a white border of 3, 2, 4 and 1 pixels, a colour; the 1-D table
+// turns white into black inside the picture, but the border stays.
+std::vector<std::uint8_t> framed(int r, int g, int b) {
+  return TestPicture(40, 30,
+                     [&](int x, int y, std::uint8_t* px) {
+                       const bool border = x < 3 || y < 2 || x >= 36 || y >= 29;
+                       px[0] = border ? 255 : r, px[1] = border ? 255 : g, px[2] = border ? 255 : b;
+                     })
+      .rgb;
 }
 
 TEST_F(Conversions, WhiteBorderIsLeftUntouched) {
-  state_.ColorConvMode = 0;  // the 1-D table turns white into black inside the picture
-  auto pixels = mid_grey_with_white_border(40, 30);
-  const auto before = pixels;
+  state_.ColorConvMode = 0;
+  auto pixels = framed(100, 150, 200);
   ASSERT_EQ(run(pixels, 40, 30, Core::Density), 0);
-  for (int y = 0; y < 30; ++y)
-    for (int x = 0; x < 40; ++x) {
-      const std::size_t at = 3 * (std::size_t(y) * 40 + x);
-      const bool border = x < 3 || y < 2 || x >= 36 || y >= 29;
-      if (border) {
-        ASSERT_EQ(std::memcmp(&pixels[at], &before[at], 3), 0) << x << "," << y;
-      } else {
-        ASSERT_EQ(pixels[at], 155) << x << "," << y;  // 255 - 100 through the identity 3-D table
-      }
-    }
+  EXPECT_EQ(pixels, framed(155, 105, 55)) << "255 - v through the identity 3-D table";
 }
 
+// Start-up first, then the tables the core needs, the pixels, and for the
+// balance alone the analysis size rule; a refused conversion touches nothing.
 TEST_F(Conversions, StatusesComeInTheCoresOrder) {
-  std::vector<std::uint8_t> pixels(3 * 200 * 200, 77);
+  std::vector<std::uint8_t> pixels(3 * 6145 * 128, 77);
   const auto before = pixels;
-  state_.Table3dStatus = -1;
-  EXPECT_EQ(run(pixels, 200, 200, Core::Density), -1);
-  EXPECT_EQ(run(pixels, 200, 200, Core::ThreeD), -1);
-  EXPECT_EQ(run(pixels, 200, 200, Core::OneD), 0);
-  state_.Table1dStatus = 17;
-  state_.Table3dStatus = 18;
-  EXPECT_EQ(run(pixels, 200, 200, Core::Density), 17);
-  EXPECT_EQ(run(pixels, 200, 200, Core::ThreeD), 18);
-  EXPECT_EQ(run(pixels, 200, 200, Core::Balance), 0) << "balance needs no table";
-  state_.StartupStatus = 3;
-  EXPECT_EQ(run(pixels, 200, 200, Core::Balance), 3);
-  EXPECT_EQ(convert(state_, nullptr, 200, 200, Layout::PackedRgb, Core::Balance, {}), 3);
-  state_.StartupStatus = 0;
-  EXPECT_EQ(convert(state_, nullptr, 200, 200, Layout::PackedRgb, Core::Balance, {}), 2);
-  pixels = before;
-  state_.Table1dStatus = 0;
-  EXPECT_EQ(run(pixels, 200, 200, Core::Density), 18);
-  EXPECT_EQ(pixels, before) << "a refused conversion touches nothing";
-}
-
-TEST_F(Conversions, BalanceSizeRule) {
-  std::vector<std::uint8_t> pixels(3 * 6145 * 128, 50);
+  using enum Core;
   const struct {
-    int w, h, status;
-  } cases[] = {{128, 91, 4},  {91, 128, 4},   {92, 128, 0},
-               {6144, 92, 0}, {6145, 100, 4}, {100, 6145, 4}};
-  for (const auto& c : cases)
-    EXPECT_EQ(run(pixels, c.w, c.h, Core::Balance), c.status) << c.w << "x" << c.h;
+    int startup, status1d, status3d;
+    bool no_pixels;
+    int w, h;
+    Core core;
+    int status;
+  } cases[] = {{0, 0, -1, false, 200, 200, Density, -1},  {0, 0, -1, false, 200, 200, ThreeD, -1},
+               {0, 17, 18, false, 200, 200, Density, 17}, {0, 17, 18, false, 200, 200, OneD, 17},
+               {0, 17, 18, false, 200, 200, ThreeD, 18},  {0, 0, 18, false, 200, 200, Density, 18},
+               {3, 17, 18, false, 200, 200, Balance, 3},  {3, 0, 0, true, 200, 200, Balance, 3},
+               {0, 0, 0, true, 200, 200, Balance, 2},     {0, 0, 0, false, 128, 91, Balance, 4},
+               {0, 0, 0, false, 91, 128, Balance, 4},     {0, 0, 0, false, 6145, 100, Balance, 4},
+               {0, 0, 0, false, 100, 6145, Balance, 4},   {0, 17, 18, false, 92, 128, Balance, 0},
+               {0, 0, -1, false, 6144, 92, OneD, 0}};
+  for (const auto& c : cases) {
+    state_.StartupStatus = c.startup;
+    state_.Table1dStatus = c.status1d;
+    state_.Table3dStatus = c.status3d;
+    EXPECT_EQ(convert(state_, c.no_pixels ? nullptr : pixels.data(), c.w, c.h, Layout::PackedRgb,
+                      c.core, {}),
+              c.status)
+        << c.w << " x " << c.h << ", core " << int(c.core);
+    if (c.status != 0) {
+      EXPECT_TRUE(pixels == before) << "a refused conversion touches nothing";
+    }
+    pixels = before;
+  }
 }
 
 TEST_F(Conversions, WhiteGuardReservesPureWhite) {

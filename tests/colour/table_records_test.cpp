@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -44,40 +45,32 @@ std::vector<Record> read_records(std::string text) {
   return out;
 }
 
-struct LineCase {
-  const char* name;
-  std::string text;
-  std::vector<Record> records;
-};
-
-class GetNextRecord : public ::testing::TestWithParam<LineCase> {};
-
-TEST_P(GetNextRecord, SplitsAsTheFormatDoes) {
-  EXPECT_EQ(read_records(GetParam().text), GetParam().records);
+TEST(GetNextRecord, SplitsAsTheFormatDoes) {
+  const std::string k259(259, 'x');
+  const struct {
+    const char* name;
+    std::string text;
+    std::vector<Record> records;
+  } cases[] = {
+      {"line feed", "abc\ndef\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
+      {"CR LF", "abc\r\ndef\r\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
+      {"last byte lost without a final line feed",
+       "0,0,0,12,34,56",
+       {{14, "0,0,0,12,34,5"}, {0, ""}}},
+      {"a one-character line keeps its line feed", "7\n8\n", {{2, "7\n"}, {2, "8\n"}, {0, ""}}},
+      {"a blank CR LF line is not empty", "\r\nxy\n", {{2, "\r\n"}, {2, "xy"}, {0, ""}}},
+      {"an empty line ends the data", "ab\n\ncd\n", {{2, "ab"}, {0, ""}}},
+      {"a lone final character is lost", "ab\nc", {{2, "ab"}, {1, ""}, {0, ""}}},
+      {"stray carriage returns stripped", "ab\r\r\n", {{2, "ab"}, {0, ""}}},
+      {"empty text", "", {{0, ""}}},
+      {"longest record kept", k259 + "\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
+      {"longest record with CR LF", k259 + "\r\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
+      {"an over-long line cut",
+       k259 + std::string(41, 'y') + "\nzz\n",
+       {{259, k259}, {2, "zz"}, {0, ""}}},
+      {"an over-long final line cut", k259 + std::string(1000, 'w'), {{259, k259}, {0, ""}}}};
+  for (const auto& c : cases) EXPECT_EQ(read_records(c.text), c.records) << c.name;
 }
-
-const std::string k259(259, 'x');
-
-INSTANTIATE_TEST_SUITE_P(
-    Lines, GetNextRecord,
-    ::testing::Values(
-        LineCase{"LineFeed", "abc\ndef\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
-        LineCase{"CarriageReturnLineFeed", "abc\r\ndef\r\n", {{3, "abc"}, {3, "def"}, {0, ""}}},
-        LineCase{
-            "LastByteLostWithoutFinalLineFeed", "0,0,0,12,34,56", {{14, "0,0,0,12,34,5"}, {0, ""}}},
-        LineCase{"OneCharacterLineKeepsItsLineFeed", "7\n8\n", {{2, "7\n"}, {2, "8\n"}, {0, ""}}},
-        LineCase{"BlankCrLfLineIsNotEmpty", "\r\nxy\n", {{2, "\r\n"}, {2, "xy"}, {0, ""}}},
-        LineCase{"EmptyLineEndsTheData", "ab\n\ncd\n", {{2, "ab"}, {0, ""}}},
-        LineCase{"LoneFinalCharacterIsLost", "ab\nc", {{2, "ab"}, {1, ""}, {0, ""}}},
-        LineCase{"StrayCarriageReturnsStripped", "ab\r\r\n", {{2, "ab"}, {0, ""}}},
-        LineCase{"EmptyText", "", {{0, ""}}},
-        LineCase{"LongestRecordKept", k259 + "\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
-        LineCase{"LongestRecordWithCrLf", k259 + "\r\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
-        LineCase{"OverLongLineCut",
-                 k259 + "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy\nzz\n",
-                 {{259, k259}, {2, "zz"}, {0, ""}}},
-        LineCase{"OverLongFinalLineCut", k259 + std::string(1000, 'w'), {{259, k259}, {0, ""}}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GetNextRecord, NullArgumentsReadNothing) {
   char text[] = "abc\n";
@@ -118,39 +111,32 @@ TEST(ClassifyString, CutsAFieldLongerThanItsBuffer) {
   EXPECT_STREQ(field, "7");
 }
 
-struct LutCase {
-  const char* record;
-  bool three_d;
-  int status;
-  unsigned char r, g, b;  // expected outputs (channels not written stay 0xEE)
-};
-
-class LoadLut : public ::testing::TestWithParam<LutCase> {};
-
-TEST_P(LoadLut, ParsesFieldsAndCountsThem) {
-  const LutCase& c = GetParam();
-  std::string record = c.record;
-  unsigned char r = 0xEE, g = 0xEE, b = 0xEE;
-  const int status =
-      c.three_d ? load_3d_lut(record.data(), &r, &g, &b) : load_1d_lut(record.data(), &r, &g, &b);
-  EXPECT_EQ(status, c.status);
-  EXPECT_EQ(r, c.r);
-  EXPECT_EQ(g, c.g);
-  EXPECT_EQ(b, c.b);
+TEST(LoadLut, ParsesFieldsAndCountsThem) {
+  const struct {
+    const char* record;
+    bool three_d;
+    int status;
+    unsigned char r, g, b;  // channels not written stay 0xEE
+  } cases[] = {{"0,0,0,12,34,56", true, 0, 12, 34, 56},
+               {"0,0,0,12,34", true, 18, 12, 34, 0xEE},
+               {"0,0,0,12,,56", true, 18, 12, 0xEE, 0xEE},
+               {"a,b,c, 7,+8,-1,more,fields", true, 0, 7, 8, 255},
+               {"x,y,z,abc,1x,2", true, 0, 0, 1, 2},
+               {",0,0,1,2,3", true, 18, 0xEE, 0xEE, 0xEE},
+               {"", true, 18, 0xEE, 0xEE, 0xEE},
+               {"7,300,-1,5", false, 0, 44, 255, 5},
+               {"7,1,2", false, 17, 1, 2, 0xEE},
+               {"0,1,2,3,4", false, 0, 1, 2, 3}};
+  for (const auto& c : cases) {
+    std::string record = c.record;
+    unsigned char r = 0xEE, g = 0xEE, b = 0xEE;
+    EXPECT_EQ(
+        c.three_d ? load_3d_lut(record.data(), &r, &g, &b) : load_1d_lut(record.data(), &r, &g, &b),
+        c.status)
+        << c.record;
+    EXPECT_EQ((std::array{r, g, b}), (std::array{c.r, c.g, c.b})) << c.record;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Records, LoadLut,
-                         ::testing::Values(LutCase{"0,0,0,12,34,56", true, 0, 12, 34, 56},
-                                           LutCase{"0,0,0,12,34", true, 18, 12, 34, 0xEE},
-                                           LutCase{"0,0,0,12,,56", true, 18, 12, 0xEE, 0xEE},
-                                           LutCase{"a,b,c, 7,+8,-1,more,fields", true, 0, 7, 8,
-                                                   255},
-                                           LutCase{"x,y,z,abc,1x,2", true, 0, 0, 1, 2},
-                                           LutCase{",0,0,1,2,3", true, 18, 0xEE, 0xEE, 0xEE},
-                                           LutCase{"", true, 18, 0xEE, 0xEE, 0xEE},
-                                           LutCase{"7,300,-1,5", false, 0, 44, 255, 5},
-                                           LutCase{"7,1,2", false, 17, 1, 2, 0xEE},
-                                           LutCase{"0,1,2,3,4", false, 0, 1, 2, 3}));
 
 TEST(LoadLut, NullArgumentsFail) {
   char record[] = "0,0,0,1,2,3";
@@ -162,20 +148,20 @@ TEST(LoadLut, NullArgumentsFail) {
 }
 
 TEST(ParseLevel, ReadsAsAtoiAndKeepsTheLowByte) {
-  const std::vector<std::pair<const char*, int>> cases = {{"0", 0},
-                                                          {"255", 255},
-                                                          {"256", 0},
-                                                          {"300", 44},
-                                                          {"-1", 255},
-                                                          {" \t\r\n-3x", 253},
-                                                          {"+17", 17},
-                                                          {"1 2", 1},
-                                                          {"", 0},
-                                                          {"-", 0},
-                                                          {"x5", 0},
-                                                          {"4294967297", 1},
-                                                          {"-2147483648", 0},
-                                                          {"99999999999999999999999", 255}};
+  const std::pair<const char*, int> cases[] = {{"0", 0},
+                                               {"255", 255},
+                                               {"256", 0},
+                                               {"300", 44},
+                                               {"-1", 255},
+                                               {" \t\r\n-3x", 253},
+                                               {"+17", 17},
+                                               {"1 2", 1},
+                                               {"", 0},
+                                               {"-", 0},
+                                               {"x5", 0},
+                                               {"4294967297", 1},
+                                               {"-2147483648", 0},
+                                               {"99999999999999999999999", 255}};
   for (const auto& [text, value] : cases) EXPECT_EQ(parse_level(text), value) << text;
 }
 

@@ -31,9 +31,6 @@ TEST(MatchesPattern, PrefixAnythingSuffixIgnoringCase) {
                                                 {"ZK1DDATA.DAT", false}};
   for (const auto& [name, expected] : cases)
     EXPECT_EQ(matches_pattern(name, "ZK3D", ".DAT"), expected) << name;
-}
-
-TEST(FindFirstMatch, UnreadableFolderFindsNothing) {
   EXPECT_EQ(find_first_match("/no/such/folder/", "ZK3D", ".DAT"), std::nullopt);
 }
 

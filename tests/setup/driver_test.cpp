@@ -10,17 +10,21 @@
 #include "colour/table_limits.h"
 #include "platform/dynamic_library.h"
 #include "platform/paths.h"
+#include "support/fake_service.h"
 
 namespace zkimgset::setup {
 namespace {
 
-// The double, held open so that its log outlives each driver call.
+using testing::FakeServiceLog;
+using testing::FakeServiceTag;
+
+// The double installed as the service, and held open so that its log
+// outlives each driver call.
 class FakeService {
  public:
-  explicit FakeService(const char* path = ZKIMGSET_TEST_FAKE_SERVICE)
-      : handle_(platform::open_library(path)) {
-    platform::override_service_library(path);
-    configure(0, true);
+  FakeService() : handle_(platform::open_library(ZKIMGSET_TEST_FAKE_SERVICE)) {
+    platform::override_service_library(ZKIMGSET_TEST_FAKE_SERVICE);
+    *log() = FakeServiceLog{};
   }
   ~FakeService() {
     platform::override_service_library(std::nullopt);
@@ -28,39 +32,10 @@ class FakeService {
   }
   FakeService(const FakeService&) = delete;
   FakeService& operator=(const FakeService&) = delete;
-
-  template <class F>
-  F* fn(const char* name) const {
-    return reinterpret_cast<F*>(platform::find_function(handle_, name));
+  FakeServiceLog* log() const {
+    return reinterpret_cast<FakeServiceLog* (*)()>(
+        platform::find_function(handle_, "fake_service_log"))();
   }
-  void configure(int result, bool image) const {
-    fn<void(int, int)>("fake_service_configure")(result, image);
-  }
-  int setup_calls() const { return fn<int()>("fake_service_setup_calls")(); }
-  struct Tag {
-    int directory, tag, type, count;
-    std::string value;
-    bool operator==(const Tag&) const = default;
-  };
-  std::vector<Tag> tags() const {
-    std::vector<Tag> out;
-    for (int i = 0; i < fn<int()>("fake_service_tag_count")(); ++i) {
-      Tag t{};
-      const unsigned char* value = nullptr;
-      fn<void(int, int*, int*, int*, int*, const unsigned char**)>("fake_service_tag")(
-          i, &t.directory, &t.tag, &t.type, &t.count, &value);
-      const std::size_t bytes =
-          t.type == 2 ? std::size_t(t.count) : std::size_t(t.count) * (t.type == 3 ? 2 : 8);
-      t.value.assign(reinterpret_cast<const char*>(value), bytes);
-      out.push_back(t);
-    }
-    return out;
-  }
-  void size(int& w, int& h, int& kind) const {
-    fn<void(int*, int*, int*)>("fake_service_size")(&w, &h, &kind);
-  }
-  std::string folder() const { return fn<const char*()>("fake_service_folder")(); }
-  std::string profile() const { return fn<const char*()>("fake_service_profile")(); }
 
  private:
   void* handle_;
@@ -80,30 +55,34 @@ class Driver : public ::testing::Test {
 TEST_F(Driver, ChecksArgumentsSizeAndAspect) {
   const FakeService service;
   std::vector<std::uint8_t> pixels(3 * 6144 * 308, 100);
-  EXPECT_EQ(run(pixels, 16, 16), 0);
-  EXPECT_EQ(run(pixels, 15, 16), ZKIMGSET_BAD_SIZE);
-  EXPECT_EQ(run(pixels, 6144, 308), 0);
-  EXPECT_EQ(run(pixels, 6144, 300), ZKIMGSET_BAD_ASPECT);
-  EXPECT_EQ(run(pixels, 6145, 400), ZKIMGSET_BAD_SIZE);
-  EXPECT_EQ(run(pixels, 64, 64, 2), ZKIMGSET_BAD_ARGUMENT);
-  EXPECT_EQ(run(pixels, 64, 64, 0, 16), ZKIMGSET_BAD_ARGUMENT);
+  const struct {
+    int w, h;
+    unsigned layout;
+    int bits, status;
+  } cases[] = {{16, 16, 0, 24, 0},
+               {15, 16, 0, 24, ZKIMGSET_BAD_SIZE},
+               {6144, 308, 0, 24, 0},
+               {6144, 300, 0, 24, ZKIMGSET_BAD_ASPECT},
+               {6145, 400, 0, 24, ZKIMGSET_BAD_SIZE},
+               {64, 64, 2, 24, ZKIMGSET_BAD_ARGUMENT},
+               {64, 64, 0, 16, ZKIMGSET_BAD_ARGUMENT}};
+  for (const auto& c : cases) EXPECT_EQ(run(pixels, c.w, c.h, c.layout, c.bits), c.status) << c.w;
   EXPECT_EQ(run_driver(library_, analysis_, {nullptr, 64, 64, 0, 24, 0}), ZKIMGSET_BAD_ARGUMENT);
   library_.ColorTable3dMain = nullptr;  // start-up could not allocate it
   EXPECT_EQ(run(pixels, 64, 64), ZKIMGSET_OUT_OF_MEMORY);
 }
 
-TEST_F(Driver, MissingServiceLeavesThePictureAlone) {
+// A missing or incomplete service, or one that fails, refuses or gives no
+// picture: each has its status, leaves the picture alone and is released.
+TEST_F(Driver, ServiceFailuresHaveTheirCodesAndChangeNothing) {
+  const std::vector<std::uint8_t> grey(3 * 40 * 30, 77);
   for (const char* path : {"/no/such/libostrel.so", ZKIMGSET_TEST_FAKE_SERVICE_INCOMPLETE}) {
     platform::override_service_library(path);
-    std::vector<std::uint8_t> pixels(3 * 40 * 30, 77);
+    std::vector<std::uint8_t> pixels = grey;
     EXPECT_EQ(run(pixels, 40, 30), ZKIMGSET_SERVICE_MISSING) << path;
-    EXPECT_EQ(pixels, std::vector<std::uint8_t>(3 * 40 * 30, 77));
+    EXPECT_EQ(pixels, grey);
     EXPECT_FALSE(library_.service.bound());
   }
-  platform::override_service_library(std::nullopt);
-}
-
-TEST_F(Driver, ServiceFailuresHaveTheirCodesAndChangeNothing) {
   const FakeService service;
   library_.setup_mode = 0x1F;
   const struct {
@@ -112,10 +91,11 @@ TEST_F(Driver, ServiceFailuresHaveTheirCodesAndChangeNothing) {
     int status;
   } cases[] = {{1, true, 23}, {2, true, 24}, {0, false, 25}};
   for (const auto& c : cases) {
-    service.configure(c.result, c.image);
-    std::vector<std::uint8_t> pixels(3 * 40 * 30, 77);
+    service.log()->setup_result = c.result;
+    service.log()->has_image = c.image;
+    std::vector<std::uint8_t> pixels = grey;
     EXPECT_EQ(run(pixels, 40, 30), c.status);
-    EXPECT_EQ(pixels, std::vector<std::uint8_t>(3 * 40 * 30, 77));
+    EXPECT_EQ(pixels, grey);
     EXPECT_FALSE(library_.service.bound());
   }
 }
@@ -139,7 +119,7 @@ TEST_F(Driver, TagSetFollowsTheShootingValuesInOrder) {
     std::memcpy(s.data() + 4, &b, 4);
     return s;
   };
-  const std::vector<FakeService::Tag> expected = {
+  const std::vector<FakeServiceTag> expected = {
       {0, 0x010F, 2, 6, std::string("Maker\0", 6)},
       {0, 0x010F, 2, 8, std::string("Model X\0", 8)},  // the Model goes under the Make tag
       {1, 0x9209, 3, 1, std::string("\1\0", 2)},
@@ -148,39 +128,34 @@ TEST_F(Driver, TagSetFollowsTheShootingValuesInOrder) {
       {1, 0x829A, 5, 1, word(1, 250)},
       {1, 0xA406, 3, 1, std::string("\0\0", 2)},
       {1, 0xA401, 3, 1, std::string("\0\0", 2)}};
-  EXPECT_EQ(service.tags(), expected);
-  EXPECT_EQ(service.setup_calls(), 0) << "setup_mode 0: the automatic set-up does not run";
+  EXPECT_EQ(service.log()->tags, expected);
+  EXPECT_EQ(service.log()->setup_calls, 0) << "setup_mode 0: the automatic set-up does not run";
 }
 
-TEST_F(Driver, PackedMergeTakesWidthTimesHeightBytes) {
-  const FakeService service;
-  library_.setup_mode = 0x1F;
-  std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
-  ASSERT_EQ(run(pixels, 20, 20), 0);
-  ASSERT_EQ(service.setup_calls(), 1);
-  int w, h, kind;
-  service.size(w, h, kind);
-  EXPECT_EQ(w, 20);
-  EXPECT_EQ(kind, 1);
-  EXPECT_EQ(service.profile(), "sRGB10_8.prf");
-  EXPECT_EQ(service.folder(), platform::parameter_folder());
-  for (int i = 0; i < 1200; i += 7)
-    EXPECT_NEAR(pixels[std::size_t(i)], i < 400 ? 155 : 100, 4) << i;  // the service inverts
-}
-
-TEST_F(Driver, MergeRulesForCustomRenderedAndHalving) {
+// Packed rows take width x height bytes of the service's (inverted) result;
+// a rendered picture takes a third of it, bit 5 half. Each call binds the
+// service and releases it.
+TEST_F(Driver, MergeTakesTheServicesResultByTheRules) {
   const FakeService service;
   const struct {
     std::uint16_t setup_mode, custom_rendered;
     int expected;
-  } cases[] = {{0x1F, 1, (155 + 2 * 100) / 3}, {0x3F, 0, (100 + 155) / 2}, {0x1F, 0, 155}};
+  } cases[] = {{0x1F, 0, 155}, {0x1F, 1, (155 + 2 * 100) / 3}, {0x3F, 0, (100 + 155) / 2}};
   for (const auto& c : cases) {
     library_.setup_mode = c.setup_mode;
     library_.shooting.param.CustomRendered = c.custom_rendered;
     std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
     ASSERT_EQ(run(pixels, 20, 20), 0);
-    EXPECT_NEAR(pixels[0], c.expected, 4) << c.setup_mode << " " << c.custom_rendered;
+    EXPECT_FALSE(library_.service.bound());
+    for (int i = 0; i < 1200; i += 7)
+      EXPECT_NEAR(pixels[std::size_t(i)], i < 400 ? c.expected : 100, 4) << i;
   }
+  const FakeServiceLog& log = *service.log();
+  EXPECT_EQ(log.setup_calls, 3);
+  EXPECT_EQ(log.width, 20);
+  EXPECT_EQ(log.kind, 1);
+  EXPECT_EQ(log.profile, "sRGB10_8.prf");
+  EXPECT_EQ(log.folder, platform::parameter_folder());
 }
 
 TEST_F(Driver, WhiteBorderIsCutAndAWhitePictureGoesWhole) {
@@ -188,40 +163,18 @@ TEST_F(Driver, WhiteBorderIsCutAndAWhitePictureGoesWhole) {
   library_.setup_mode = 0x1F;
   std::vector<std::uint8_t> white(92 * 20, 255);  // 30 pixels: 90 bytes a row, padded to 92
   ASSERT_EQ(run(white, 30, 20, 1), 0);
-  int w, h, kind;
-  service.size(w, h, kind);
-  EXPECT_EQ(w, 30);
-  EXPECT_EQ(h, 20);
-  EXPECT_EQ(kind, 3) << "the bitmap form";
+  EXPECT_EQ(service.log()->width, 30);
+  EXPECT_EQ(service.log()->height, 20);
+  EXPECT_EQ(service.log()->kind, 3) << "the bitmap form";
 
   std::vector<std::uint8_t> framed(3 * 30 * 20, 255);
   for (int y = 5; y < 15; ++y)
     for (int x = 4; x < 10; ++x) framed[3 * std::size_t(y * 30 + x)] = 100;
   ASSERT_EQ(run(framed, 30, 20), 0);
-  service.size(w, h, kind);
-  EXPECT_EQ(w, 6);
-  EXPECT_EQ(h, 10);
+  EXPECT_EQ(service.log()->width, 6);
+  EXPECT_EQ(service.log()->height, 10);
   EXPECT_EQ(framed[0], 255) << "the border is untouched";
   EXPECT_NEAR(framed[3 * (5 * 30 + 4)], 155, 4) << "the content took the service's result";
-}
-
-}  // namespace
-}  // namespace zkimgset::setup
-
-namespace zkimgset::setup {
-namespace {
-
-TEST_F(Driver, EachCallBindsTheServiceAndReleasesIt) {
-  const FakeService service;
-  library_.setup_mode = 0x1F;
-  for (int call = 1; call <= 2; ++call) {
-    std::vector<std::uint8_t> pixels(3 * 20 * 20, 100);
-    ASSERT_EQ(run(pixels, 20, 20), 0);
-    EXPECT_FALSE(library_.service.bound()) << "released after call " << call;
-  }
-  EXPECT_EQ(service.setup_calls(), 2);
-  // The double's log would have been lost had the library been released for
-  // good in between; held by the test, it counts both calls.
 }
 
 }  // namespace

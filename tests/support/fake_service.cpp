@@ -1,41 +1,23 @@
 // A stand-in for the Exif-tag service, built only for the tests: the nine
 // operations (all but OSTREL_H_DeleteHandle when built with
-// FAKE_SERVICE_INCOMPLETE), recording what they are given and answering as
-// fake_service_configure() says. Its "corrected picture" is the input with
-// every byte inverted, so that a merge can be checked byte by byte.
-#include <cstdint>
+// FAKE_SERVICE_INCOMPLETE), recording what they are given in a
+// FakeServiceLog and answering as it says. Its "corrected picture" is the
+// input with every byte inverted, so that a merge can be checked byte by byte.
+#include "fake_service.h"
+
 #include <cstring>
-#include <string>
-#include <vector>
 
 #define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
-struct Tag {
-  int directory;  // 0 TIFF, 1 Exif
-  int tag, type, count;
-  std::vector<std::uint8_t> value;
-};
-
-struct Log {
-  int setup_result = 0;   // what the automatic set-up returns
-  bool has_image = true;  // whether GetImagePtr hands back a picture
-  std::vector<Tag> tags;
-  std::string folder, profile;
-  int width = 0, height = 0, kind = 0, setup_calls = 0, deleted_tag_sets = 0, deleted_results = 0;
-  std::vector<std::uint8_t> result;
-} log_;
-
-std::size_t value_bytes(int type, int count, const void* value) {
-  if (type == 2) return std::strlen(static_cast<const char*>(value)) + 1;
-  return std::size_t(count) * (type == 3 ? 2 : 8);
-}
+zkimgset::testing::FakeServiceLog log_;
 
 int set_tag(int directory, int tag, int type, int count, const void* value) {
-  const auto* bytes = static_cast<const std::uint8_t*>(value);
-  log_.tags.push_back({directory, tag, type, count,
-                       std::vector<std::uint8_t>(bytes, bytes + value_bytes(type, count, value))});
+  const auto* text = static_cast<const char*>(value);
+  const std::size_t bytes =
+      type == 2 ? std::strlen(text) + 1 : std::size_t(count) * (type == 3 ? 2 : 8);
+  log_.tags.push_back({directory, tag, type, count, std::string(text, bytes)});
   return 0;
 }
 
@@ -56,12 +38,7 @@ int auto_setup(const std::uint8_t* pixels, std::size_t bytes, std::size_t header
 
 }  // namespace
 
-FAKE_EXPORT void fake_service_configure(int setup_result, int has_image) {
-  log_ = Log{};
-  log_.setup_result = setup_result;
-  log_.has_image = has_image != 0;
-}
-FAKE_EXPORT const void* fake_service_log() { return &log_; }
+FAKE_EXPORT zkimgset::testing::FakeServiceLog* fake_service_log() { return &log_; }
 
 FAKE_EXPORT int OSTREL_T_CreateExifTag(void** tag_set) {
   *tag_set = &log_.tags;
@@ -105,18 +82,3 @@ FAKE_EXPORT int OSTREL_H_DeleteHandle(void**) {
   return 0;
 }
 #endif
-
-// What the tests read back.
-FAKE_EXPORT int fake_service_setup_calls() { return log_.setup_calls; }
-FAKE_EXPORT int fake_service_tag_count() { return int(log_.tags.size()); }
-FAKE_EXPORT void fake_service_tag(int i, int* directory, int* tag, int* type, int* count,
-                                  const unsigned char** value) {
-  const Tag& t = log_.tags[std::size_t(i)];
-  *directory = t.directory, *tag = t.tag, *type = t.type, *count = t.count;
-  *value = t.value.data();
-}
-FAKE_EXPORT const char* fake_service_folder() { return log_.folder.c_str(); }
-FAKE_EXPORT const char* fake_service_profile() { return log_.profile.c_str(); }
-FAKE_EXPORT void fake_service_size(int* width, int* height, int* kind) {
-  *width = log_.width, *height = log_.height, *kind = log_.kind;
-}

@@ -1,5 +1,7 @@
 #include "support/pictures.h"
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 
 namespace zkimgset::testing {
@@ -42,6 +44,16 @@ TestPicture noise_picture(int width, int height, unsigned seed) {
   std::mt19937 random(seed);
   return TestPicture(width, height, [&](int, int, std::uint8_t* p) {
     for (int c = 0; c < 3; ++c) p[c] = static_cast<std::uint8_t>(random() % 255);
+  });
+}
+
+TestPicture scene(int width, int height, int base, int spread, int dr, int dg, int db) {
+  std::mt19937 random(17);
+  return TestPicture(width, height, [&](int x, int y, std::uint8_t* p) {
+    const double shade = std::sin(x / 37.0) * std::cos(y / 23.0) * 0.5 + 0.5;
+    const int v = base + static_cast<int>(spread * shade) + static_cast<int>(random() % 7);
+    const int channel[3] = {v + dr, v + dg, v + db};
+    for (int c = 0; c < 3; ++c) p[c] = static_cast<std::uint8_t>(std::clamp(channel[c], 0, 254));
   });
 }
 

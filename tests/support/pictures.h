@@ -40,4 +40,8 @@ Position decode_position(std::uint8_t r, std::uint8_t g, std::uint8_t b);
 // Random levels 0..254 (never pure white).
 TestPicture noise_picture(int width, int height, unsigned seed);
 
+// A textured photograph-like scene: levels base..base + spread in soft
+// waves with a little grain, each channel shifted by its cast.
+TestPicture scene(int width, int height, int base, int spread, int dr, int dg, int db);
+
 }  // namespace zkimgset::testing
