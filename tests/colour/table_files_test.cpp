@@ -75,10 +75,9 @@ TEST_F(TableFiles, ThreeDRecordsLandOnTheirGridNodes) {
   EXPECT_EQ(alt_, with_lf) << "CR LF and LF files read alike";
 
   Table3dText unparsed;  // the records at node 1 are never parsed
-  unparsed.record = [](int, int i, int j, int k) -> std::string {
+  unparsed.record = [](int, int i, int j, int k) -> std::optional<std::string> {
     if (i == 1 || j == 1 || k == 1) return "node one, no numbers";
-    const Rgb v = file_node_value(i, j, k);
-    return "-,-,-," + std::to_string(v.r) + "," + std::to_string(v.g) + "," + std::to_string(v.b);
+    return std::nullopt;
   };
   ASSERT_EQ(load3d(unparsed.build()), 0);
   EXPECT_EQ(node(5, 0, 31), file_node_value(6, 0, 32));
@@ -183,7 +182,7 @@ TEST_F(TableFiles, SearchTakesTheFirstMatchTheListingReturns) {
   EXPECT_EQ(set_1d_file(state_, "NO-SUCH.DAT"), 17);
   EXPECT_TRUE(untouched(alt_) && untouched(table1d_));
   Table3dText nines;
-  nines.record = [](int, int, int, int) { return std::string("0,0,0,9,9,9"); };
+  nines.record = [](int, int, int, int) { return std::optional<std::string>("0,0,0,9,9,9"); };
   folder_.write("zk3da.dat", Table3dText{}.build());
   folder_.write("ZK3DB.DAT", nines.build());
   folder_.write("ZK3D.TXT", "not a table");

@@ -104,24 +104,50 @@ Bytes after_many_comments(const TiffLayout& layout) {
   return file;
 }
 
+// Variations of the camera file: its 1st IFD, the image structure of an RGB
+// TIFF (in place of PhotometricInterpretation), its ExifVersion, the name of
+// its APP1 segment.
+Bytes with_1st_ifd(std::vector<TestEntry> ifd1) {
+  TiffLayout layout = camera();
+  layout.ifd1 = std::move(ifd1);
+  return exif_jpeg(layout);
+}
+Bytes tiff_with(std::vector<TestEntry> structure) {
+  TiffLayout layout = camera();
+  layout.ifd0 = rgb_tiff_ifd0();
+  std::erase_if(layout.ifd0, [](const TestEntry& e) { return e.tag == 0x0106; });
+  layout.ifd0.insert(layout.ifd0.end(), structure.begin(), structure.end());
+  return build_tiff(layout);
+}
+Bytes with_version(std::vector<TestEntry> version) {
+  TiffLayout layout = camera();
+  std::erase_if(layout.exif, [](const TestEntry& e) { return e.tag == 0x9000; });
+  layout.exif.insert(layout.exif.end(), version.begin(), version.end());
+  return exif_jpeg(layout);
+}
+Bytes named(const char* name) {
+  return build_jpeg({segment(0xFFE1, app1_body(build_tiff(camera()), {name, 6}))});
+}
+
+// The parameter stage refuses what it cannot read (NO_EXIF, the record's
+// defaults), the block stage what it cannot write (FILE_ERROR, the values) or
+// finds marked (SOURCE_MARK, which turns Exif set-up off).
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
-  TiffLayout big_thumbnail = camera();
-  big_thumbnail.ifd1 = {longs(0x0201, {0}), longs(0x0202, {65536})};
-  TiffLayout small_thumbnail = camera();
-  small_thumbnail.ifd1 = {raw_entry(0x0201, 4, 1, 0), longs(0x0202, {65535})};
   TiffLayout no_dimension = camera();
   std::erase_if(no_dimension.exif, [](const TestEntry& e) { return e.tag == 0xA003; });
   TiffLayout bad_offset = camera();
   std::erase_if(bad_offset.exif, [](const TestEntry& e) { return e.tag == 0xA404; });
   bad_offset.exif.push_back(raw_entry(0xA404, 5, 1, 0x7FFFFFF0));
-  TiffLayout grey_tiff = camera(), rgb_tiff = camera();
-  grey_tiff.ifd0 = rgb_tiff.ifd0 = rgb_tiff_ifd0();
-  for (TestEntry& e : grey_tiff.ifd0)
-    if (e.tag == 0x0106) e = shorts(0x0106, {1});
+  TiffLayout no_exif;
+  no_exif.ifd0 = {ascii(0x010F, "Maker")};
+  TiffLayout other = camera();
+  other.exif.front() = rational(0x829A, 1, 2);
   TiffLayout marked = camera();
   marked.exif.push_back(undefined(0xA301, {3}));
   TiffLayout marked_mm = marked;
   marked_mm.order = Order::Big;
+  constexpr int kOk = ZKIMGSET_OK, kNo = ZKIMGSET_NO_EXIF, kMark = ZKIMGSET_SOURCE_MARK;
+  const TestEntry rgb = shorts(0x0106, {2}), ycc = shorts(0x0106, {6});
 
   enum class Out { Untouched, Defaults, Values };
   const struct {
@@ -129,39 +155,74 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
     Bytes file;
     int status;
     Out out;
-    int enabled;
   } cases[] = {
-      {"camera JPEG", exif_jpeg(camera()), ZKIMGSET_OK, Out::Values, 1},
-      {"empty COM before the Exif, empty APP15 after it", with_empty_segments(camera()),
-       ZKIMGSET_OK, Out::Values, 1},
-      {"not an image", {'h', 'e', 'l', 'l', 'o'}, ZKIMGSET_NO_EXIF, Out::Defaults, 1},
-      {"JPEG without Exif", build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0})}),
-       ZKIMGSET_NO_EXIF, Out::Defaults, 1},
-      {"thumbnail of 65536 bytes", exif_jpeg(big_thumbnail), ZKIMGSET_NO_EXIF, Out::Defaults, 1},
-      {"thumbnail of 65535 bytes", exif_jpeg(small_thumbnail), ZKIMGSET_OK, Out::Values, 1},
-      {"no PixelYDimension", exif_jpeg(no_dimension), ZKIMGSET_FILE_ERROR, Out::Values, 1},
-      {"rational past the end", exif_jpeg(bad_offset), ZKIMGSET_NO_EXIF, Out::Untouched, 1},
-      {"TIFF, black is zero", build_tiff(grey_tiff), ZKIMGSET_NO_EXIF, Out::Defaults, 1},
-      {"RGB TIFF", build_tiff(rgb_tiff), ZKIMGSET_OK, Out::Values, 1},
-      {"scene type 3", exif_jpeg(marked), ZKIMGSET_SOURCE_MARK, Out::Values, 0},
-      {"5000 comments before the Exif segment", after_many_comments(camera()), ZKIMGSET_OK,
-       Out::Values, 1},
-      {"scene type 3 between empty segments", with_empty_segments(marked), ZKIMGSET_SOURCE_MARK,
-       Out::Values, 0},
-      {"MM scene type 3", exif_jpeg(marked_mm), ZKIMGSET_SOURCE_MARK, Out::Values, 0}};
+      {"camera JPEG", exif_jpeg(camera()), kOk, Out::Values},
+      {"empty COM before the Exif, empty APP15 after it", with_empty_segments(camera()), kOk,
+       Out::Values},
+      {"5000 comments before the Exif segment", after_many_comments(camera()), kOk, Out::Values},
+      {"two Exif segments: the first counts",
+       build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0}),
+                   segment(0xFFE1, app1_body(build_tiff(camera()))),
+                   segment(0xFFE1, app1_body(build_tiff(other)))}),
+       kOk, Out::Values},
+      {"not an image", {'h', 'e', 'l', 'l', 'o'}, kNo, Out::Defaults},
+      {"JPEG without Exif", build_jpeg({segment(0xFFE0, {'J', 'F', 'I', 'F', 0})}), kNo,
+       Out::Defaults},
+      {"APP1 named EXIF", named("EXIF\0\0"), kNo, Out::Defaults},
+      {"APP1 named Exif without its second NUL", named("Exif\0x"), kNo, Out::Defaults},
+      {"JPEG without an Exif IFD", exif_jpeg(no_exif), kNo, Out::Defaults},
+      {"TIFF without an Exif IFD", build_tiff(no_exif), kNo, Out::Defaults},
+      {"no PixelYDimension", exif_jpeg(no_dimension), ZKIMGSET_FILE_ERROR, Out::Values},
+      {"rational past the end", exif_jpeg(bad_offset), kNo, Out::Untouched},
+      // A malformed or missing ExifVersion fails nothing.
+      {"ExifVersion as ASCII", with_version({ascii(0x9000, "023")}), kOk, Out::Values},
+      {"ExifVersion of 3 bytes", with_version({undefined(0x9000, {'0', '2', '3'})}), kOk,
+       Out::Values},
+      {"no ExifVersion", with_version({}), kOk, Out::Values},
+      // A JPEG thumbnail below 64 KiB, or a thumbnail of a known structure.
+      {"thumbnail of 65536 bytes", with_1st_ifd({longs(0x0201, {0}), longs(0x0202, {65536})}), kNo,
+       Out::Defaults},
+      {"thumbnail of 65535 bytes",
+       with_1st_ifd({raw_entry(0x0201, 4, 1, 0), longs(0x0202, {65535})}), kOk, Out::Values},
+      {"thumbnail length as SHORT", with_1st_ifd({longs(0x0201, {4000}), shorts(0x0202, {65535})}),
+       kOk, Out::Values},
+      {"RGB thumbnail", with_1st_ifd({shorts(0x0201, {4000}), rgb}), kOk, Out::Values},
+      {"planar RGB thumbnail", with_1st_ifd({rgb, shorts(0x011C, {2})}), kOk, Out::Values},
+      {"thumbnail planar configuration as LONG", with_1st_ifd({rgb, longs(0x011C, {2})}), kNo,
+       Out::Defaults},
+      {"YCbCr thumbnail", with_1st_ifd({ycc}), kOk, Out::Values},
+      {"black-is-zero thumbnail", with_1st_ifd({shorts(0x0106, {1})}), kNo, Out::Defaults},
+      {"thumbnail of no known kind", with_1st_ifd({shorts(0x0100, {160})}), kOk, Out::Values},
+      // A TIFF's main image in interleaved or planar RGB, or YCbCr with its
+      // subsampling.
+      {"RGB TIFF", tiff_with({rgb}), kOk, Out::Values},
+      {"chunky RGB TIFF", tiff_with({rgb, shorts(0x011C, {1})}), kOk, Out::Values},
+      {"planar RGB TIFF", tiff_with({rgb, shorts(0x011C, {2})}), kOk, Out::Values},
+      {"planar configuration 3", tiff_with({rgb, shorts(0x011C, {3})}), kNo, Out::Defaults},
+      {"planar configuration as LONG", tiff_with({rgb, longs(0x011C, {1})}), kNo, Out::Defaults},
+      {"YCbCr TIFF", tiff_with({ycc, shorts(0x0212, {2, 1})}), kOk, Out::Values},
+      {"YCbCr without subsampling", tiff_with({ycc}), kNo, Out::Defaults},
+      {"YCbCr with one subsampling value", tiff_with({ycc, shorts(0x0212, {2})}), kNo,
+       Out::Defaults},
+      {"photometric as LONG", tiff_with({longs(0x0106, {2})}), kOk, Out::Values},
+      {"photometric as RATIONAL", tiff_with({rational(0x0106, 2, 1)}), kNo, Out::Defaults},
+      {"no photometric", tiff_with({}), kNo, Out::Defaults},
+      {"TIFF, black is zero", tiff_with({shorts(0x0106, {1})}), kNo, Out::Defaults},
+      {"scene type 3", exif_jpeg(marked), kMark, Out::Values},
+      {"scene type 3 between empty segments", with_empty_segments(marked), kMark, Out::Values},
+      {"MM scene type 3", exif_jpeg(marked_mm), kMark, Out::Values}};
   for (const auto& c : cases) {
     state_.ExifSetupEnabled = 0;
     ExifParamEx out = filled_with(0xEE);
     EXPECT_EQ(get(c.file, out), c.status) << c.what;
-    EXPECT_EQ(state_.ExifSetupEnabled, c.enabled) << c.what;
+    EXPECT_EQ(state_.ExifSetupEnabled, c.status == kMark ? 0 : 1) << c.what;
     const int flash[] = {0xEEEE, 255, 16};
     EXPECT_EQ(out.param.Flash, flash[int(c.out)]) << c.what;
+    const std::uint32_t exposure[] = {0xEEEEEEEE, 0, 125};
+    EXPECT_EQ(out.shot.ExposureTime_den, exposure[int(c.out)]) << c.what;
     if (c.out == Out::Defaults) {
       EXPECT_EQ(out.param.CustomRendered, 0) << c.what;
       EXPECT_EQ(out.shot.Make[0], 0) << c.what;
-    }
-    if (c.out == Out::Values) {
-      EXPECT_EQ(out.shot.ISOSpeedRatings, 200) << c.what;
     }
   }
 }

@@ -16,16 +16,13 @@ std::string Table3dText::build() const {
   std::string text = header + line_end;
   for (int index = 0; index < records; ++index) {
     const int i = index / (33 * 33), j = index / 33 % 33, k = index % 33;
-    std::string line;
-    if (record) {
-      line = record(index, i, j, k);
-    } else {
+    std::optional<std::string> line = record ? record(index, i, j, k) : std::nullopt;
+    if (!line) {
       const Rgb v = file_node_value(i, j, k);
       line = std::to_string(i) + "," + std::to_string(j) + "," + std::to_string(k) + "," +
              std::to_string(v.r) + "," + std::to_string(v.g) + "," + std::to_string(v.b);
     }
-    text += line;
-    if (index + 1 < records || final_line_end) text += line_end;
+    text += *line + line_end;
   }
   return text;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace zkimgset::testing {
@@ -21,9 +22,9 @@ struct Table3dText {
   std::string header = "3D";
   std::string line_end = "\n";
   int records = 33 * 33 * 33;
-  bool final_line_end = true;
-  // Overrides the text of the record at this position (0-based), if set.
-  std::function<std::string(int index, int i, int j, int k)> record;
+  // Overrides the text of the record at this position (0-based) when it
+  // gives one.
+  std::function<std::optional<std::string>(int index, int i, int j, int k)> record;
 
   std::string build() const;
 };
