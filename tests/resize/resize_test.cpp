@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "platform/kernel_choice.h"
@@ -57,25 +58,21 @@ Resized resize(const testing::TestPicture& p, int w, int h) {
   return out;
 }
 
-TEST(Resize, CutKeepsTheTargetsProportions) {
-  const ZKImgSetResizePlan plan = plan_of(400, 300, 132, 96);
-  EXPECT_EQ(plan.cut_left, 0);
-  EXPECT_EQ(plan.cut_width, 400);
-  EXPECT_EQ(plan.cut_top, 4);
-  EXPECT_EQ(plan.cut_height, 291);
-  EXPECT_EQ(plan.kernel, 4);
-  const ZKImgSetResizePlan wide = plan_of(1000, 100, 100, 100);  // a square from a strip
-  EXPECT_EQ(wide.cut_height, 100);
-  EXPECT_EQ(wide.cut_width, 100);
-  EXPECT_EQ(wide.cut_left, 450);
-}
-
-TEST(Resize, KernelChoiceFollowsTheScale) {
+// The cut keeps the target's proportions; the kernel follows the scale.
+TEST(Resize, PlanCutsToTheTargetsProportionsAndPicksTheKernelByScale) {
   const struct {
-    int new_side, kernel;
-  } cases[] = {{100, 1}, {300, 1}, {50, 2}, {99, 2}, {49, 3}, {34, 3}, {33, 4}};
-  for (const auto& c : cases)
-    EXPECT_EQ(plan_of(100, 100, c.new_side, c.new_side).kernel, c.kernel) << c.new_side;
+    int src_w, src_h, w, h, cut_left, cut_top, cut_w, cut_h, kernel;
+  } cases[] = {{400, 300, 132, 96, 0, 4, 400, 291, 4},  {1000, 100, 100, 100, 450, 0, 100, 100, 1},
+               {100, 100, 100, 100, 0, 0, 100, 100, 1}, {100, 100, 300, 300, 0, 0, 100, 100, 1},
+               {100, 100, 50, 50, 0, 0, 100, 100, 2},   {100, 100, 99, 99, 0, 0, 100, 100, 2},
+               {100, 100, 49, 49, 0, 0, 100, 100, 3},   {100, 100, 34, 34, 0, 0, 100, 100, 3},
+               {100, 100, 33, 33, 0, 0, 100, 100, 4}};
+  for (const auto& c : cases) {
+    const ZKImgSetResizePlan p = plan_of(c.src_w, c.src_h, c.w, c.h);
+    EXPECT_EQ((std::array{p.cut_left, p.cut_top, p.cut_width, p.cut_height, p.kernel}),
+              (std::array{c.cut_left, c.cut_top, c.cut_w, c.cut_h, c.kernel}))
+        << c.src_w << "x" << c.src_h << " to " << c.w << "x" << c.h;
+  }
 }
 
 TEST(Resize, SameSizeAveragesEachPixelWithTheNext) {
