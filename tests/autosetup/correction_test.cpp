@@ -51,21 +51,6 @@ TEST(ColourBalance, EstimateIsPulledOntoTheCircleWeakenedAndHalved) {
   }
 }
 
-TEST(ColourBalance, GreyPixelGainsAloneGiveAHalvedCast) {
-  AnalysisState state;
-  LibraryState library;
-  library.shooting.param.Flash = 0;
-  state.gain[kRed] = 1.2f;  // grey pixels were short of red
-  state.gain[kGreen] = 1.0f;
-  state.gain[kBlue] = 0.8f;
-  state.chroma = {0, 0, 0, 0, 100};
-  decide_colour_balance(state, library);
-  EXPECT_GT(state.cr_ofs, 0);
-  EXPECT_LT(state.cb_ofs, 0);
-  EXPECT_GT(state.gain[kRed], 1.0f);
-  EXPECT_LT(state.gain[kRed], 1.2f) << "the new gain is the mean of the old and the estimate's";
-}
-
 TEST(ShootingFactor, FollowsFlashAndBrightness) {
   const struct {
     std::uint16_t flash;
@@ -102,15 +87,6 @@ class FullGradation : public ::testing::Test {
   LibraryState library_;
 };
 
-TEST_F(FullGradation, PlainDensityAimsAtSixSeventyFive) {
-  state_.dens_eff = 1000;  // whatever an earlier analysis left
-  simple_density(state_);
-  full_gradation(state_, library_);
-  EXPECT_EQ(state_.dens_eff, 675);
-  for (int i = 0; i < 256; ++i) ASSERT_NEAR(state_.level_map[i], i, 0.01) << i;
-  for (int i = 0; i < 255; ++i) ASSERT_NEAR(state_.tone[i], i, 1) << i;
-}
-
 TEST_F(FullGradation, NarrowRangeIsWidenedToFiftyOneLevels) {
   state_.wt_clp = 60;
   state_.bk_clp = 20;
@@ -119,16 +95,6 @@ TEST_F(FullGradation, NarrowRangeIsWidenedToFiftyOneLevels) {
   EXPECT_GT(state_.tone[21], 0);
   EXPECT_LT(state_.tone[70], 255);
   EXPECT_EQ(state_.tone[71], 255);
-}
-
-TEST_F(FullGradation, DarkPictureIsLightenedAndBrightOneDarkened) {
-  state_.dens_av = state_.dens_eff = state_.dens_sel = 1100;  // dark
-  full_gradation(state_, library_);
-  EXPECT_GT(state_.tone[100], 110);
-  state_.dens_av = state_.dens_eff = state_.dens_sel = 400;  // bright
-  full_gradation(state_, library_);
-  EXPECT_LT(state_.tone[100], 90);
-  for (int i = 1; i < 256; ++i) EXPECT_GE(state_.tone[i], state_.tone[i - 1]) << i;
 }
 
 TEST_F(FullGradation, ContrastAdjustmentIsClampedAndMovesTheEnds) {

@@ -10,9 +10,7 @@
 #include <numbers>
 #include <random>
 
-#include "autosetup/analysis.h"
 #include "autosetup/constant_tables.h"
-#include "autosetup/statistics.h"
 #include "grouping_reference.h"
 
 namespace zkimgset::autosetup {
@@ -122,49 +120,6 @@ TEST(Grouping, GroupRecordsSummariseTheirPixels) {
                          box.max_column, box.min_row, box.max_row};
   const int expected[] = {30, -28, 22, 20, 59, 10, 29};
   EXPECT_TRUE(std::equal(std::begin(figures), std::end(figures), std::begin(expected)));
-}
-
-// A flat thumbnail (level 20, below the band where a crowded level makes the
-// picture unusable) is never grouped; fine noise is, with tolerances widened
-// once, and then given up.
-TEST(GroupAnalysis, FlatThumbnailIsNeverGroupedAndFineNoiseRetriesOnce) {
-  LibraryState library;
-  library.setup_mode = 0x1F;
-  library.shooting.param.Flash = 0;
-  auto flat = std::make_unique<_ThumbnailData>();
-  for (auto& plane : flat->plane) std::fill(std::begin(plane), std::end(plane), 20);
-  AnalysisState state;
-  state.nextgrp = 1234;
-  run_analysis(*flat, state, library);
-  EXPECT_EQ(state.dif_av, 0);
-  EXPECT_EQ(library.setup_mode & ZKIMGSET_SETUP_GROUP_DENSITY, 0);
-  EXPECT_EQ(state.nextgrp, 1234) << "no grouping ran";
-  EXPECT_EQ(state.dens_eff, state.dens_av) << "the plain density (bit 3) took over";
-
-  // In RGB, as made from a picture: the statistics turn it into luminance
-  // and colour differences.
-  auto thumb = std::make_unique<_ThumbnailData>();
-  std::mt19937 random(9);
-  for (int i = 0; i < kThumbPixels; ++i) {
-    const int r = 100 + random() % 44, g = 100 + random() % 44, b = 100 + random() % 44;
-    thumb->plane[1][i] = static_cast<std::uint8_t>(r);
-    thumb->plane[2][i] = static_cast<std::uint8_t>(g);
-    thumb->plane[3][i] = static_cast<std::uint8_t>(b);
-    thumb->plane[0][i] = static_cast<std::uint8_t>((306 * r + 601 * g + 117 * b) >> 10);
-  }
-  library.setup_mode = 0x1F;
-  auto probe = std::make_unique<_ThumbnailData>(*thumb);
-  AnalysisState first;
-  ASSERT_TRUE(run_statistics(*probe, first, library));
-  neighbour_differences(*probe, first);
-  ASSERT_LT(first.dif_av, 50);
-  ASSERT_LE(first.groups.cb_dif + first.groups.cr_dif, 28) << "busy enough to try grouping";
-  AnalysisState retried;
-  run_analysis(*thumb, retried, library);
-  EXPECT_GT(retried.allgrpno, kMaxGroups);
-  EXPECT_EQ(retried.toler, first.toler + (first.toler < 10 ? 1 : 2));
-  EXPECT_EQ(retried.groups.cb_limit, first.groups.cb_limit + 1);
-  EXPECT_EQ(library.setup_mode & ZKIMGSET_SETUP_GROUP_DENSITY, 0);
 }
 
 // ---- Exclusion and subject, on group records made by hand -----------------

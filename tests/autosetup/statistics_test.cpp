@@ -94,26 +94,6 @@ TEST_F(Statistics, BlackClipIsCompressedAboveTwenty) {
   }
 }
 
-TEST_F(Statistics, NeutralPictureHasUnitGainsAndNoBalance) {
-  library_.setup_mode = ZKIMGSET_SETUP_FULL;
-  run(grey_ramp);
-  for (float gain : state_.gain) EXPECT_EQ(gain, 1.0f);
-  const int figures[] = {state_.cb_ofs, state_.cr_ofs, state_.cb_av, state_.cr_av,
-                         state_.sat_av, state_.yy_mn,  state_.yy_mx, state_.y_mx};
-  const int expected[] = {0, 0, 0, 0, 0, 0, 254, 254};
-  EXPECT_TRUE(std::equal(std::begin(figures), std::end(figures), std::begin(expected)));
-  EXPECT_EQ(library_.setup_mode, ZKIMGSET_SETUP_FULL) << "a neutral picture keeps bit 2";
-}
-
-TEST_F(Statistics, UniformLevelGivesItsDensityEverywhere) {
-  run([](int) { return grey(64); });
-  EXPECT_EQ(state_.dens_av, level_density()[64]);
-  EXPECT_EQ(state_.yy_av, 64);
-  for (std::uint16_t zone : state_.zone_density) EXPECT_EQ(zone, level_density()[64]);
-  EXPECT_EQ(state_.hist_y[64], kThumbPixels);
-  EXPECT_FLOAT_EQ(state_.white_point[kGreen], 64.0f);
-}
-
 // Bit 2 (the statistics' own correction) goes for a tinted mean colour, and
 // for a fired flash with a brightness below 3.5.
 TEST_F(Statistics, TintOrFlashInTheDarkClearsBitTwo) {

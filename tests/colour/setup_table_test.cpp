@@ -100,17 +100,6 @@ TEST_F(SetupTable, NeutralCorrectionStaysNearTheIdentity) {
     }
 }
 
-TEST_F(SetupTable, GainsAndToneMoveTheColours) {
-  library_.setup_mode = 0x1F;
-  analysis_.gain[autosetup::kBlue] = 0.8f;
-  for (int i = 0; i < 256; ++i)
-    analysis_.tone[i] = static_cast<std::uint8_t>(std::min(255, i + 30));
-  build_setup_table(library_, analysis_);
-  const Rgb8 grey = node(15, 15, 15);  // input 127
-  EXPECT_GT(grey.g, 140) << "the tone lifts";
-  EXPECT_LT(grey.b, grey.r) << "the blue gain takes blue down";
-}
-
 TEST_F(SetupTable, NoCorrectionRequestedClearsBitSixtyFour) {
   library_.setup_mode = 0xDF;
   build_setup_table(library_, analysis_);

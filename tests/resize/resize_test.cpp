@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "platform/kernel_choice.h"
@@ -155,21 +158,29 @@ TEST(Resize, SweepOfSizesStaysInsideThePlannedBuffers) {
     }
 }
 
-// The vector passes give the plain passes' bytes, for every kernel, on
-// sizes whose rows end inside a block of eight and whose last columns fall
-// back to the plain pass.
-TEST(Resize, VectorPassesMatchThePlainOnes) {
+std::uint64_t digest(const std::vector<std::uint8_t>& bytes) {
+  std::uint64_t h = 14695981039346656037ull;
+  for (const std::uint8_t b : bytes) h = (h ^ b) * 1099511628211ull;
+  return h;
+}
+
+// The vector passes give the plain passes' bytes, which are the recorded
+// ones (ZKIMGSET_PRINT_RESIZE=1 prints them), for every kernel, on sizes
+// whose rows end inside a block of eight and whose last columns fall back to
+// the plain pass.
+TEST(Resize, EveryKernelGivesItsRecordedBytesOnBothPasses) {
   const struct {
     int src_w, src_h, w, h;
+    std::uint64_t digest;
   } cases[] = {
-      {333, 47, 500, 70},     // kernel 1
-      {640, 480, 451, 339},   // kernel 2
-      {640, 480, 320, 240},   // kernel 2 at a half
-      {640, 480, 250, 187},   // kernel 3
-      {1001, 301, 334, 100},  // kernel 3 near a third
-      {640, 480, 157, 118},   // kernel 4, few taps
-      {997, 13, 61, 5},       // kernel 4, many taps
-      {9, 700, 5, 350},       // a cut too narrow for a block
+      {333, 47, 500, 70, 0x5CC25AB366ED929Full},     // kernel 1
+      {640, 480, 451, 339, 0x0848640DBF2E239Dull},   // kernel 2
+      {640, 480, 320, 240, 0xC4112AC525B4A377ull},   // kernel 2 at a half
+      {640, 480, 250, 187, 0xBF4F3407EC7E8991ull},   // kernel 3
+      {1001, 301, 334, 100, 0xC6A66AAC33D96564ull},  // kernel 3 near a third
+      {640, 480, 157, 118, 0x80B59EF0FF3D40D0ull},   // kernel 4, few taps
+      {997, 13, 61, 5, 0xAFEA27FC25F4E89Cull},       // kernel 4, many taps
+      {9, 700, 5, 350, 0xEA39DD4B1A033C71ull},       // a cut too narrow for a block
   };
   bool kernels[5] = {};
   for (const auto& c : cases) {
@@ -179,8 +190,12 @@ TEST(Resize, VectorPassesMatchThePlainOnes) {
     const Resized plain = resize(p, c.w, c.h);
     const bool vector = platform::force_plain_kernels(false);
     const Resized fast = resize(p, c.w, c.h);
-    EXPECT_TRUE(plain.pixels == fast.pixels)
-        << c.src_w << "x" << c.src_h << " to " << c.w << "x" << c.h << (vector ? "" : " (plain)");
+    const std::string what = std::to_string(c.src_w) + "x" + std::to_string(c.src_h) + " to " +
+                             std::to_string(c.w) + "x" + std::to_string(c.h);
+    if (std::getenv("ZKIMGSET_PRINT_RESIZE") != nullptr)
+      std::printf("0x%016llXull  // %s\n", (unsigned long long)digest(plain.pixels), what.c_str());
+    EXPECT_EQ(digest(plain.pixels), c.digest) << what;
+    EXPECT_TRUE(plain.pixels == fast.pixels) << what << (vector ? "" : " (plain)");
   }
   EXPECT_TRUE(kernels[1] && kernels[2] && kernels[3] && kernels[4]);
 }
