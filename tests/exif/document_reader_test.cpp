@@ -1,6 +1,6 @@
-// The document reader on files built to order: what its walk keeps and
-// skips, the TIFF checks in their order, the codes of broken files, and the
-// dump. Real and hostile files are the corpus test's.
+// The document reader on files built to order: the TIFF checks in their
+// order and the codes of broken files. Real and hostile files are the corpus
+// test's; what the walk skips shows in the parameter tests' outcomes.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,51 +18,6 @@ TiffLayout camera_tiff() {
   layout.ifd0 = rgb_tiff_ifd0();
   layout.exif = minimal_exif_ifd();
   return layout;
-}
-
-// Entries it cannot use, pointers that lead outside or back, and a thumbnail
-// that passes the block: the walk reads on and reads each directory once.
-TEST(DocumentReader, KeepsWhatItCanReadAndSkipsTheRest) {
-  TiffLayout layout = camera_tiff();
-  layout.exif.push_back(raw_entry(0x9209, 13, 1, 7));          // type 13
-  layout.exif.push_back(raw_entry(0x9208, 3, 0, 7));           // count 0
-  layout.exif.push_back(raw_entry(0xA401, 4, 0x40000000, 0));  // 4 x 2^30 overflows
-  layout.exif.push_back(shorts(0xA402, {5}));
-  layout.exif.push_back(raw_entry(0xA005, 4, 1, 8));  // interoperability = the 0th
-  layout.gps = {shorts(0x0001, {1})};
-  layout.ifd0.push_back(raw_entry(0x8825, 4, 1, 0x7FFFFFF0));  // GPS far outside
-  layout.ifd1 = {shorts(0x0103, {6})};
-  layout.thumbnail = {0xFF, 0xD8, 1, 2, 3, 0xFF, 0xD9};
-  for (const bool past : {false, true}) {
-    TiffLayout file = layout;
-    if (past) file.ifd1.push_back(longs(0x0202, {8}));  // one byte past the block
-    ExifDocument document;
-    ASSERT_EQ(read_document(document, exif_jpeg(file)), code::kOk);
-    EXPECT_EQ(document.exif.find(0x9209), nullptr);
-    EXPECT_EQ(document.exif.find(0x9208), nullptr);
-    EXPECT_EQ(document.exif.find(0xA401), nullptr);
-    EXPECT_NE(document.exif.find(0xA402), nullptr) << "the directory goes on after them";
-    EXPECT_FALSE(document.gps.present());
-    EXPECT_EQ(document.interop.size(), document.ifd0.size());
-    EXPECT_EQ(document.thumbnail, past ? Bytes{} : file.thumbnail) << past;
-    EXPECT_TRUE(document.ifd1.present());
-  }
-}
-
-TEST(DocumentReader, TakesTheFirstApp1NamedExifInAnyLetterCase) {
-  TiffLayout first, second;
-  first.exif = {shorts(0x9209, {1})};
-  second.exif = {shorts(0x9209, {2})};
-  for (const char* name : {"Exif\0\0", "EXIF\0\0", "eXiF\0\0"}) {
-    ExifDocument document;
-    ASSERT_EQ(read_document(document,
-                            build_jpeg({segment(0xFFE1, app1_body(build_tiff(first), {name, 6})),
-                                        segment(0xFFE1, app1_body(build_tiff(second)))})),
-              code::kOk)
-        << name;
-    EXPECT_EQ(document.exif.find(0x9209)->value[0], 1) << name;
-    EXPECT_EQ(document.segments.count(0xFFDA), 1u) << "the SOS header is kept";
-  }
 }
 
 TEST(DocumentReader, RunsTheTiffChecksInTheirOrder) {

@@ -146,6 +146,12 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   marked.exif.push_back(undefined(0xA301, {3}));
   TiffLayout marked_mm = marked;
   marked_mm.order = Order::Big;
+  // Entries of unknown type, of count 0 or of an overflowing size, and a
+  // directory pointing back at the 0th: the walk reads on, each directory once.
+  TiffLayout skipped = marked;
+  skipped.exif.insert(skipped.exif.begin(),
+                      {raw_entry(0x9210, 13, 1, 7), raw_entry(0x9211, 3, 0, 7),
+                       raw_entry(0x9212, 4, 0x40000000, 0), raw_entry(0xA005, 4, 1, 8)});
   constexpr int kOk = ZKIMGSET_OK, kNo = ZKIMGSET_NO_EXIF, kMark = ZKIMGSET_SOURCE_MARK;
   const TestEntry rgb = shorts(0x0106, {2}), ycc = shorts(0x0106, {6});
 
@@ -210,7 +216,8 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
       {"TIFF, black is zero", tiff_with({shorts(0x0106, {1})}), kNo, Out::Defaults},
       {"scene type 3", exif_jpeg(marked), kMark, Out::Values},
       {"scene type 3 between empty segments", with_empty_segments(marked), kMark, Out::Values},
-      {"MM scene type 3", exif_jpeg(marked_mm), kMark, Out::Values}};
+      {"MM scene type 3", exif_jpeg(marked_mm), kMark, Out::Values},
+      {"scene type 3 after entries to skip", exif_jpeg(skipped), kMark, Out::Values}};
   for (const auto& c : cases) {
     state_.ExifSetupEnabled = 0;
     ExifParamEx out = filled_with(0xEE);
