@@ -109,23 +109,6 @@ TEST_F(FullGradation, ContrastAdjustmentIsClampedAndMovesTheEnds) {
   EXPECT_LT(state_.tone[255], 235);
 }
 
-// Contrast a stretches levels a..255 - a over the whole range; a negative
-// one squeezes the range into -a..255 + a.
-TEST(DefaultGradation, FollowsTheContrastAdjustment) {
-  for (const int a : {30, 0, -30}) {
-    AnalysisState state;
-    LibraryState library;
-    library.adjust.SetupAdjustA = static_cast<std::int16_t>(a);
-    default_gradation(state, library);
-    for (int i = 0; i < 256; ++i) {
-      const long expected = a >= 0
-                                ? std::clamp(std::lround((i - a) * 255.0 / (255 - 2 * a)), 0L, 255L)
-                                : std::lround((255 + 2 * a) * i / 255.0 - a);
-      ASSERT_EQ(state.tone[i], expected) << a << " at " << i;
-    }
-  }
-}
-
 TEST(FinalToneTable, ChainsTheLevelGammaOntoTone) {
   AnalysisState state;
   LibraryState library;
