@@ -73,7 +73,8 @@ TEST_F(Dump, TextFileHoldsEveryQuantityInOrder) {
   }
   // A text file: its line ends are the platform's (CR LF on Windows).
   EXPECT_EQ(read(folder_.path() / "pic_AutoSetupParam.txt", std::ios::in), expected);
-  EXPECT_NE(expected.find("tone[  7]\t 248\n"), std::string::npos) << "the format's widths";
+  EXPECT_NE(expected.find("tone[  7]\t 248\n"), std::string::npos)
+      << "a three-digit index, a four-wide value";
 }
 
 TEST_F(Dump, RawFilesInterleaveThePlanes) {

@@ -1,5 +1,5 @@
-// The 15 balance curves: power curves with the format's ends and telling
-// values.
+// The 15 balance curves: power curves with their fixed ends (254 at the top
+// for shifts -7 to -2) and telling values.
 #include "colour/balance_curves.h"
 
 #include <gtest/gtest.h>
