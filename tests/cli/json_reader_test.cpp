@@ -102,15 +102,5 @@ TEST(JsonReader, ReadsJsonAndRefusesTheRestWhereItBreaks) {
   }
 }
 
-TEST(JsonReader, FindsMembersAndTellsWholeNumbers) {
-  const JsonValue v = parse_json(R"({"level":110,"half":0.5,"list":[]})");
-  ASSERT_NE(v.find("level"), nullptr);
-  EXPECT_TRUE(v.find("level")->is_integer());
-  EXPECT_FALSE(v.find("half")->is_integer());
-  EXPECT_FALSE(v.find("list")->is_integer());
-  EXPECT_EQ(v.find("missing"), nullptr);
-  EXPECT_EQ(v.find("list")->find("level"), nullptr);
-}
-
 }  // namespace
 }  // namespace zkcli
