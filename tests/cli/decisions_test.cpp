@@ -196,12 +196,12 @@ TEST_F(Decisions, SecondRunWritesWhatTheDecisionsAsk) {
     run = run_tool("autosetup --decisions " + path("decisions.json") + " --out-dir " + final_dir +
                    " --json --jobs " + jobs);
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_TRUE(slurp(final_dir + "/bright-facade.jpg") == slurp(path("first/bright-facade.jpg")))
-        << "--jobs " << jobs;
-    EXPECT_TRUE(slurp(final_dir + "/sub/indoor-cast.png") == slurp(path("direct.png")))
-        << "--jobs " << jobs;
-    EXPECT_TRUE(slurp(final_dir + "/indoor-cast-cool.jpg") == slurp(path("direct.jpg")))
-        << "--jobs " << jobs;
+    const std::pair<const char*, const char*> same[] = {
+        {"bright-facade.jpg", "first/bright-facade.jpg"},
+        {"sub/indoor-cast.png", "direct.png"},
+        {"indoor-cast-cool.jpg", "direct.jpg"}};
+    for (const auto& [written, expected] : same)
+      EXPECT_TRUE(slurp(final_dir + "/" + written) == slurp(path(expected))) << written << jobs;
     EXPECT_FALSE(fs::exists(final_dir + "/dark-party.jpg"));
 
     // One JSON line a picture, in the order they ended, then the run's.

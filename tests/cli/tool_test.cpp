@@ -121,8 +121,8 @@ constexpr Row kFileRows[] = {
      "s.png: 320 x 240 PNG|c.jpg: 320 x 240 JPEG"},
     // Folders: what is not a picture and what lies in sub-folders is counted;
     // -r takes sub-folders and mirrors them.
-    {"TOOL autosetup D/in --out-dir D/flat", 0,
-     "2 skipped: 1 in sub-folders, 1 not pictures; use -r"},
+    {"TOOL autosetup D/in --out-dir D/flat --report D/flat.html", 0,
+     "2 skipped: 1 in sub-folders, 1 not pictures; use -r|Report: "},
     {"TOOL autosetup -r D/in --out-dir D/deep --json && TOOL analyse D/deep/sub/b.jpg", 0,
      "\"type\":\"run\",\"pictures\":2,\"corrected\":2,\"unchanged\":0,\"failed\":0,\"skipped\":1|"
      "deep/sub/b.jpg: 320 x 240 JPEG"},
@@ -227,6 +227,10 @@ TEST_F(Tool, CommandLinesWithTheirStatusMessagesAndFiles) {
       EXPECT_NE(e.path().filename().string()[0], '.') << row.command << ": " << e.path();
   }
   EXPECT_TRUE(slurp(in) == original) << "the input was overwritten";
+  for (const char* name : {"m.jpg", "m.png", "m.tif"})
+    EXPECT_EQ(correction_mark(decode_picture(slurp(path(name)), kMaxSide)),
+              "zkimgset " ZKIMGSET_CLI_VERSION)
+        << name;
 }
 
 TEST(ToolUsage, MistakesExitWithTwoAndSayWhyHelpSucceeds) {
