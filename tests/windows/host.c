@@ -53,24 +53,61 @@ static void close_library(Library library) { dlclose(library); }
 #define DEFAULT_LIBRARY "libzkimgset.so"
 #endif
 
-/* clang-format off */
 enum {
-  CLASSIFY_STRING, DUMP_AUTO_SETUP_PARAM, GET_NEXT_RECORD, IMAGE_DATA_CONVERT_EX, LOAD_3DP_FILE,
-  LOAD_1D_LUT, LOAD_3D_LUT, SET_1D_FILE, SET_3D_FILE_OLD, AUTO_SETUP_EXEC_EX, GET_AT_PARAM_EX,
-  SET_3D_FILE, SET_COLOR_CONV_MODE, IMAGE_SETUP_EXEC_EX, EXPORT_COUNT = 37
+  CLASSIFY_STRING,
+  DUMP_AUTO_SETUP_PARAM,
+  GET_NEXT_RECORD,
+  IMAGE_DATA_CONVERT_EX,
+  LOAD_3DP_FILE,
+  LOAD_1D_LUT,
+  LOAD_3D_LUT,
+  SET_1D_FILE,
+  SET_3D_FILE_OLD,
+  AUTO_SETUP_EXEC_EX,
+  GET_AT_PARAM_EX,
+  SET_3D_FILE,
+  SET_COLOR_CONV_MODE,
+  IMAGE_SETUP_EXEC_EX,
+  EXPORT_COUNT = 37
 };
 
-static const char* const kExports[EXPORT_COUNT] = {
-    ZKIMGSET_NAME_CLASSIFY_STRING, ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM,
-    ZKIMGSET_NAME_GET_NEXT_RECORD, ZKIMGSET_NAME_IMAGE_DATA_CONVERT_EX,
-    ZKIMGSET_NAME_LOAD_3DP_FILE, ZKIMGSET_NAME_LOAD_1D_LUT, ZKIMGSET_NAME_LOAD_3D_LUT,
-    ZKIMGSET_NAME_SET_1D_FILE, ZKIMGSET_NAME_SET_3D_FILE_OLD, "AutoSetupExecEx", "GetAtParamEx",
-    "Set3dFile", "SetColorConvMode", "ImageSetupExecEx", "BgrRgbConversion", "ColorBalanceAdj",
-    "ColorBalanceAdj_BGR", "Den2Vorn", "Den2VornEx", "Den2Vorn_BGR", "Den2Vorn_BGREx", "Den2TA",
-    "Den2TAEx", "Den2TA_BGR", "Den2TA_BGREx", "GetAtParam", "GetAtParamFromDIBits",
-    "GetAtParamFromDIBitsEx", "GetExifParam", "GetExifParamEx", "ImageDataConvert", "Vorn2TA",
-    "Vorn2TA_BGR", "ResizeExec", "RgbBgrConversion", "SetExifParam", "SetExifParamEx"};
-/* clang-format on */
+static const char* const kExports[EXPORT_COUNT] = {ZKIMGSET_NAME_CLASSIFY_STRING,
+                                                   ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM,
+                                                   ZKIMGSET_NAME_GET_NEXT_RECORD,
+                                                   ZKIMGSET_NAME_IMAGE_DATA_CONVERT_EX,
+                                                   ZKIMGSET_NAME_LOAD_3DP_FILE,
+                                                   ZKIMGSET_NAME_LOAD_1D_LUT,
+                                                   ZKIMGSET_NAME_LOAD_3D_LUT,
+                                                   ZKIMGSET_NAME_SET_1D_FILE,
+                                                   ZKIMGSET_NAME_SET_3D_FILE_OLD,
+                                                   "AutoSetupExecEx",
+                                                   "GetAtParamEx",
+                                                   "Set3dFile",
+                                                   "SetColorConvMode",
+                                                   "ImageSetupExecEx",
+                                                   "BgrRgbConversion",
+                                                   "ColorBalanceAdj",
+                                                   "ColorBalanceAdj_BGR",
+                                                   "Den2Vorn",
+                                                   "Den2VornEx",
+                                                   "Den2Vorn_BGR",
+                                                   "Den2Vorn_BGREx",
+                                                   "Den2TA",
+                                                   "Den2TAEx",
+                                                   "Den2TA_BGR",
+                                                   "Den2TA_BGREx",
+                                                   "GetAtParam",
+                                                   "GetAtParamFromDIBits",
+                                                   "GetAtParamFromDIBitsEx",
+                                                   "GetExifParam",
+                                                   "GetExifParamEx",
+                                                   "ImageDataConvert",
+                                                   "Vorn2TA",
+                                                   "Vorn2TA_BGR",
+                                                   "ResizeExec",
+                                                   "RgbBgrConversion",
+                                                   "SetExifParam",
+                                                   "SetExifParamEx"};
 
 typedef unsigned long(ZKIMGSET_CALL* ClassifyStringFn)(char**, char*);
 typedef unsigned long(ZKIMGSET_CALL* GetNextRecordFn)(char**, unsigned long*, char*);
