@@ -22,6 +22,10 @@
 #include "autosetup/analysis_state.h"
 
 namespace zkimgset::autosetup {
+
+using geometry::Layout;
+using geometry::Picture;
+
 namespace {
 
 // The neighbourhood averaged into yy: every offset (dx, dy) within the radius

@@ -14,13 +14,13 @@
 #include <iterator>
 #include <vector>
 
-#include "autosetup/constant_tables.h"
 #include "colour/balance_curves.h"
 #include "colour/channel_table.h"
 #include "colour/interpolate3d.h"
 #include "colour/perceptual_space.h"
 #include "colour/setup_table_cache.h"
 #include "colour/table_limits.h"
+#include "maths/linear_light.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -80,7 +80,7 @@ std::uint8_t chroma_limit(int y, int degrees) noexcept {
 // its colour path without statistics (27) and the service did not correct
 // the picture in this call: narrow-range pictures then get a plain level
 // stretch, wide-range ones the full correction.
-double blend_weight(const autosetup::AnalysisState& a, const LibraryState& library) noexcept {
+double blend_weight(const Correction& a, const LibraryState& library) noexcept {
   if ((library.setup_mode != 31 && library.setup_mode != 27) || library.service_setup_ran == 1)
     return 1.0;
   const double range = a.wt_clp - a.bk_clp;
@@ -99,8 +99,8 @@ namespace {
 // The nodes from the inputs and the file's 3-D table alone.
 void fill_nodes(std::uint8_t* table, const SetupTableInputs& in, const std::uint8_t* file_table) {
   std::memset(table, 0, kTable3dBytes);
-  const auto& linear = autosetup::linear_level();
-  const auto& encode = autosetup::linear_to_level();
+  const auto& linear = maths::linear_level();
+  const auto& encode = maths::linear_to_level();
   const double w = in.blend;
   for (int i = 0; i < kAxis; ++i) {
     for (int j = 0; j < kAxis; ++j) {
@@ -161,7 +161,7 @@ void fill_nodes(std::uint8_t* table, const SetupTableInputs& in, const std::uint
 
 }  // namespace
 
-void build_setup_table(LibraryState& library, const autosetup::AnalysisState& a) noexcept {
+void build_setup_table(LibraryState& library, const Correction& a) noexcept {
   std::uint8_t* table = library.ColorTable3dMain;
   if (table == nullptr) return;
   SetupAdjustments& adjust = library.adjust;

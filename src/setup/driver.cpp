@@ -13,19 +13,19 @@
 #include <string>
 #include <vector>
 
-#include "autosetup/analysis_area.h"
 #include "autosetup/gradation.h"
 #include "autosetup/saturation.h"
 #include "colour/setup_table.h"
 #include "frame/service_binding.h"
+#include "geometry/content_rectangle.h"
+#include "geometry/size_rules.h"
 #include "platform/paths.h"
+#include "setup/correction.h"
 #include "setup/pixel_pass.h"
 
 namespace zkimgset::setup {
 namespace {
 
-constexpr int kMinSide = 16, kMaxSide = 6144;
-constexpr double kMinRatio = 0.05, kMaxRatio = 20.0;
 constexpr unsigned kServiceBits = 0x1F;  // all five: the service's automatic set-up runs
 constexpr const char* kProfile = "sRGB10_8.prf";
 constexpr int kFlagBlockBytes = 256;
@@ -73,35 +73,33 @@ void build_tag_set(const ServiceBinding& s, void* tags, const LibraryState& libr
 // The driver's own colour path: the host's contrast and level adjustments,
 // the adjustment-only saturation table and unit gains; the clipping range of
 // the last analysis for the blend.
-std::unique_ptr<autosetup::AnalysisState> driver_colour_inputs(
-    LibraryState& library, const autosetup::AnalysisState& analysis) {
+colour::Correction driver_correction(LibraryState& library,
+                                     const autosetup::AnalysisState& analysis) {
   auto inputs = std::make_unique<autosetup::AnalysisState>();
   inputs->wt_clp = analysis.wt_clp;
   inputs->bk_clp = analysis.bk_clp;
   autosetup::default_gradation(*inputs, library);
   autosetup::final_tone_table(*inputs, library);
   autosetup::adjustment_saturation_table(inputs->sat_coef, library);
-  return inputs;
+  return correction_of(*inputs);
 }
 
 int run(LibraryState& library, const autosetup::AnalysisState& analysis, const DriverPicture& in) {
   const std::string folder = platform::parameter_folder();
   if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
     return ZKIMGSET_BAD_ARGUMENT;
-  if (in.width > kMaxSide || in.height > kMaxSide || in.width < kMinSide || in.height < kMinSide)
-    return ZKIMGSET_BAD_SIZE;
-  const double ratio = double(in.width) / in.height;
-  if (ratio > kMaxRatio || ratio < kMinRatio) return ZKIMGSET_BAD_ASPECT;
+  if (const int status = geometry::driver_size_status(in.width, in.height); status != ZKIMGSET_OK)
+    return status;
   if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
   if (library.ExifSetupEnabled == 0) library.setup_mode &= ZKIMGSET_SETUP_SATURATION_KEEP;
   library.service_setup_ran = 0;
   const tagRECT full{0, 0, in.width - 1, in.height - 1};
 
   const bool bitmap = in.layout == 1;
-  const autosetup::Picture picture{
+  const geometry::Picture picture{
       in.pixels, in.width, in.height,
-      bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb};
-  const tagRECT content = autosetup::find_analysis_area(picture);
+      bitmap ? geometry::Layout::BitmapBgr : geometry::Layout::PackedRgb};
+  const tagRECT content = geometry::content_rectangle(picture);
   const int cw = content.right - content.left + 1, ch = content.bottom - content.top + 1;
   const int source_pad = bitmap ? padding(3 * in.width) : 0;
   const int content_pad = bitmap ? padding(3 * cw) : 0;
@@ -166,14 +164,14 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
 
   // Everything that can run out of memory comes before the write-back, so
   // a failure leaves the caller's picture as it was.
-  const auto inputs = driver_colour_inputs(library, analysis);
+  const colour::Correction correction = driver_correction(library, analysis);
   if (!whole)
     for (int y = 0; y < ch; ++y)
       std::memcpy(source_row(y), &copy[content_row * std::size_t(y)], 3 * std::size_t(cw));
   colour::reset_colour_math(library);
-  colour::build_setup_table(library, *inputs);
+  colour::build_setup_table(library, correction);
   return pixel_pass(library, in.pixels, in.bits_per_pixel,
-                    bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb, content,
+                    bitmap ? geometry::Layout::BitmapBgr : geometry::Layout::PackedRgb, content,
                     full);
 }
 

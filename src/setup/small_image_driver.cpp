@@ -10,11 +10,12 @@
 #include <vector>
 
 #include "autosetup/analysis.h"
-#include "autosetup/analysis_area.h"
 #include "autosetup/thumbnail.h"
-#include "colour/setup_table.h"
+#include "geometry/content_rectangle.h"
+#include "geometry/size_rules.h"
 #include "resize/resize.h"
 #include "resize/resize_exec.h"
+#include "setup/correction.h"
 #include "setup/pixel_pass.h"
 
 namespace zkimgset::setup {
@@ -22,8 +23,8 @@ namespace {
 
 constexpr int kTargetLong = 132, kTargetShort = 96;
 
-using autosetup::Layout;
-using autosetup::Picture;
+using geometry::Layout;
+using geometry::Picture;
 
 // The content of the picture as a bottom-up B, G, R bitmap.
 std::vector<std::uint8_t> content_bitmap(const Picture& p, const tagRECT& c) {
@@ -59,7 +60,7 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
   Picture analysed = full;
   std::vector<std::uint8_t> reduced;
   if (small) {
-    const tagRECT c = autosetup::find_analysis_area(full);
+    const tagRECT c = geometry::content_rectangle(full);
     const int cw = c.right - c.left + 1, ch = c.bottom - c.top + 1;
     const std::vector<std::uint8_t> content = content_bitmap(full, c);
     const bool landscape = cw >= ch;
@@ -76,17 +77,17 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
       return ZKIMGSET_BAD_SIZE;
     analysed = Picture{reduced.data(), result.biWidth, result.biHeight, Layout::BitmapBgr};
   }
-  if (!autosetup::analysis_size_accepted(analysed.width, analysed.height)) return ZKIMGSET_BAD_SIZE;
+  if (!geometry::analysis_size_accepted(analysed.width, analysed.height)) return ZKIMGSET_BAD_SIZE;
 
   auto thumb = std::make_unique<_ThumbnailData>();
-  autosetup::make_thumbnail(analysed, autosetup::find_analysis_area(analysed), *thumb);
+  autosetup::make_thumbnail(analysed, geometry::content_rectangle(analysed), *thumb);
   autosetup::run_analysis(*thumb, analysis, library);
   autosetup::run_correction(analysis, library);
 
-  const tagRECT content = autosetup::find_analysis_area(full);
+  const tagRECT content = geometry::content_rectangle(full);
   if (library.setup_mode == 0xC0) library.setup_mode = ZKIMGSET_SETUP_SATURATION_KEEP;
   colour::reset_colour_math(library);
-  colour::build_setup_table(library, analysis);
+  colour::build_setup_table(library, correction_of(analysis));
   return pixel_pass(library, in.pixels, in.bits_per_pixel, full.layout, content,
                     tagRECT{0, 0, in.width - 1, in.height - 1});
 }

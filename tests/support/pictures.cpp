@@ -11,7 +11,7 @@ TestPicture::TestPicture(int w, int h, std::function<void(int, int, std::uint8_t
 }
 
 BitmapPicture::BitmapPicture(const TestPicture& source)
-    : picture{nullptr, source.width, source.height, autosetup::Layout::BitmapBgr} {
+    : picture{nullptr, source.width, source.height, geometry::Layout::BitmapBgr} {
   const std::size_t stride = picture.stride();
   bytes.assign(stride * source.height, 0);
   for (int y = 0; y < source.height; ++y) {
