@@ -25,7 +25,7 @@ template <class Visit>
 void for_each_in_content(std::uint8_t* pixels, int width, int height, Layout layout, Visit visit) {
   const Picture picture{pixels, width, height, layout};
   const tagRECT area = geometry::content_rectangle(picture);
-  const std::size_t stride = picture.stride();
+  const std::size_t stride = picture.row_bytes();
   for (int y = area.top; y <= area.bottom; ++y) {
     std::uint8_t* p = pixels + stride * std::size_t(y) + 3 * std::size_t(area.left);
     for (int x = area.left; x <= area.right; ++x, p += 3) visit(p);
@@ -51,7 +51,7 @@ void three_d_stage(const std::uint8_t* table, std::uint8_t* pixels, int width, i
   const RunOptions options{layout == Layout::BitmapBgr, true};
   for (int y = area.top; y <= area.bottom; ++y)
     interpolate_run(interpolate,
-                    pixels + picture.stride() * std::size_t(y) + 3 * std::size_t(area.left),
+                    pixels + picture.row_bytes() * std::size_t(y) + 3 * std::size_t(area.left),
                     std::size_t(area.right - area.left + 1), options);
 }
 

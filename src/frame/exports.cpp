@@ -223,8 +223,7 @@ int ImageDataConvert(void* pixels, int width, int height) {
     state.ColorConvMode = ZKIMGSET_CONV_SKIP_3D_TABLE;
     if (const int status = zkimgset::table_status_gate(state); status != ZKIMGSET_OK) return status;
     return zkimgset::setup::run_driver(state, zkimgset::autosetup::analysis_state(),
-                                       {static_cast<std::uint8_t*>(pixels), width, height,
-                                        zkimgset::setup::bitmap_row_bytes(width), 24, 1});
+                                       zkimgset::setup::bitmap_picture(pixels, width, height));
   });
 }
 

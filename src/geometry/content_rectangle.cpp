@@ -17,7 +17,7 @@ tagRECT content_rectangle(const Picture& picture) noexcept {
   const int w = picture.width;
   tagRECT area{w, -1, -1, -1};  // left, top, right, bottom; top < 0 while nothing found
   for (int y = 0; y < picture.height; ++y) {
-    const std::uint8_t* row = picture.pixels + picture.stride() * static_cast<std::size_t>(y);
+    const std::uint8_t* row = picture.pixels + picture.row_bytes() * static_cast<std::size_t>(y);
     int first = 0;
     while (first < w && is_white(row + 3 * first)) ++first;
     if (first == w) continue;

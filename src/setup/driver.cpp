@@ -33,8 +33,6 @@ constexpr int kBitmapHeaderBytes = 40;
 constexpr int kPixelsPerMetre = 2834;
 enum ServiceForm { kBitmapForm = 3, kPackedForm = 1 };
 
-int padding(int bytes) { return (4 - bytes % 4) % 4; }
-
 // Holds the service bound for the rest of a driver call.
 class BoundService {
  public:
@@ -101,13 +99,11 @@ int run(LibraryState& library, const autosetup::AnalysisState& analysis, const D
       bitmap ? geometry::Layout::BitmapBgr : geometry::Layout::PackedRgb};
   const tagRECT content = geometry::content_rectangle(picture);
   const int cw = content.right - content.left + 1, ch = content.bottom - content.top + 1;
-  const int source_pad = bitmap ? padding(3 * in.width) : 0;
-  const int content_pad = bitmap ? padding(3 * cw) : 0;
-  const std::size_t content_row = 3 * std::size_t(cw) + std::size_t(content_pad);
+  const std::size_t source_row_bytes = picture.row_bytes();
+  const std::size_t content_row = geometry::row_bytes(std::size_t(cw), picture.layout);
   const bool whole = cw == in.width && ch == in.height;
   auto source_row = [&](int y) {
-    return in.pixels +
-           (3 * std::size_t(in.width) + std::size_t(source_pad)) * std::size_t(content.top + y) +
+    return in.pixels + source_row_bytes * std::size_t(content.top + y) +
            3 * std::size_t(content.left);
   };
   std::vector<std::uint8_t> copy;
@@ -193,9 +189,16 @@ void store_adjustments(LibraryState& library, const int (&v)[9]) noexcept {
   a.BalanceStep3 = clamp16(v[8], -7, 7);
 }
 
-int bitmap_row_bytes(int width) noexcept {
+DriverPicture bitmap_picture(void* pixels, int width, int height) noexcept {
   // Only handed on; a width the driver will refuse must not overflow here.
-  return static_cast<int>(std::min<std::uint64_t>(zkimgset_bitmap_row_bytes(width), INT_MAX));
+  const std::uint64_t row =
+      width < 1 ? 0 : geometry::row_bytes<std::uint64_t>(width, geometry::Layout::BitmapBgr);
+  return {static_cast<std::uint8_t*>(pixels),
+          width,
+          height,
+          static_cast<int>(std::min<std::uint64_t>(row, INT_MAX)),
+          24,
+          1};
 }
 
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,

@@ -29,12 +29,12 @@ PassWalk walk_of(int bits_per_pixel, geometry::Layout layout, const tagRECT& are
   const std::int64_t w = std::int64_t{area.right} - area.left + 1;
   const std::int64_t h = std::int64_t{area.bottom} - area.top + 1;
   const std::int64_t step = bits_per_pixel / 8;
-  const std::int64_t pad = layout == geometry::Layout::BitmapBgr ? (4 - 3 * row_pixels % 4) % 4 : 0;
-  const std::int64_t row_skip = 3 * (row_pixels - w) + pad;
+  const std::int64_t row = geometry::row_bytes(row_pixels, layout);
+  const std::int64_t row_skip = row - 3 * w;
   // Each factor is below 2^35, so these sums and products fit; the start
   // may not (a top row near 2^31 of rows near 2^32 pixels) and is checked.
   std::int64_t start = 0;
-  if (__builtin_mul_overflow(3 * row_pixels + pad, std::int64_t{area.top}, &start) ||
+  if (__builtin_mul_overflow(row, std::int64_t{area.top}, &start) ||
       __builtin_add_overflow(start, 3 * std::int64_t{area.left}, &start))
     start = std::numeric_limits<std::int64_t>::min();
   return {w, h, step, start, step * w + row_skip, row_skip};

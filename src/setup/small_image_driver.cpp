@@ -13,7 +13,6 @@
 #include "autosetup/thumbnail.h"
 #include "geometry/content_rectangle.h"
 #include "geometry/size_rules.h"
-#include "resize/resize.h"
 #include "resize/resize_exec.h"
 #include "setup/correction.h"
 #include "setup/pixel_pass.h"
@@ -29,10 +28,10 @@ using geometry::Picture;
 // The content of the picture as a bottom-up B, G, R bitmap.
 std::vector<std::uint8_t> content_bitmap(const Picture& p, const tagRECT& c) {
   const int cw = c.right - c.left + 1, ch = c.bottom - c.top + 1;
-  const std::size_t stride = resize::bitmap_stride(cw);
+  const std::size_t stride = geometry::row_bytes(std::size_t(cw), Layout::BitmapBgr);
   std::vector<std::uint8_t> out(stride * std::size_t(ch), 0);
   for (int y = c.top; y <= c.bottom; ++y) {
-    const std::uint8_t* src = p.pixels + p.stride() * std::size_t(y) + 3 * std::size_t(c.left);
+    const std::uint8_t* src = p.pixels + p.row_bytes() * std::size_t(y) + 3 * std::size_t(c.left);
     // Memory rows of a bitmap are already bottom-up; packed rows are top-down.
     const int row = p.layout == Layout::BitmapBgr ? y - c.top : c.bottom - y;
     std::uint8_t* dst = &out[stride * std::size_t(row)];
@@ -70,7 +69,9 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
     const int nw = fx >= fy ? tw : int(cw * fy), nh = fx >= fy ? int(ch * fx) : th;
     ZKImgSetResizePlan plan{};
     if (zkimgset_resize_plan(cw, ch, nw, nh, &plan) != ZKIMGSET_OK) return ZKIMGSET_BAD_SIZE;
-    reduced.assign(zkimgset_bitmap_bytes(plan.result_width, plan.result_height), 0);
+    reduced.assign(geometry::row_bytes(std::size_t(plan.result_width), Layout::BitmapBgr) *
+                       std::size_t(plan.result_height),
+                   0);
     const ZKImgSetBitmapInfoHeader header{40, cw, ch, 1, 24, 0, 0, 2834, 2834, 0, 0};
     ZKImgSetBitmapInfoHeader result{};
     if (resize::resize_exec(&header, content.data(), &result, reduced.data(), nw, nh) != 0)
