@@ -9,6 +9,7 @@
 
 #include <cstring>
 
+#include "colour/setup_table.h"
 #include "geometry/size_rules.h"
 #include "setup/correction.h"
 #include "setup/pixel_pass.h"

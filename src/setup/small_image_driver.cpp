@@ -11,6 +11,7 @@
 
 #include "autosetup/analysis.h"
 #include "autosetup/thumbnail.h"
+#include "colour/setup_table.h"
 #include "geometry/content_rectangle.h"
 #include "geometry/size_rules.h"
 #include "resize/resize_exec.h"
@@ -44,6 +45,31 @@ std::vector<std::uint8_t> content_bitmap(const Picture& p, const tagRECT& c) {
   return out;
 }
 
+// The content of a small picture reduced to cover the 132 x 96 target (96 x
+// 132 when portrait; the larger scale decides), into `reduced`; `analysed`
+// then shows it. 0, or ZKIMGSET_BAD_SIZE when the resize refuses.
+int reduce(const Picture& full, std::vector<std::uint8_t>& reduced, Picture& analysed) {
+  const tagRECT c = geometry::content_rectangle(full);
+  const int cw = c.right - c.left + 1, ch = c.bottom - c.top + 1;
+  const std::vector<std::uint8_t> content = content_bitmap(full, c);
+  const bool landscape = cw >= ch;
+  const int tw = landscape ? kTargetLong : kTargetShort,
+            th = landscape ? kTargetShort : kTargetLong;
+  const double fx = double(tw) / cw, fy = double(th) / ch;
+  const int nw = fx >= fy ? tw : int(cw * fy), nh = fx >= fy ? int(ch * fx) : th;
+  ZKImgSetResizePlan plan{};
+  if (zkimgset_resize_plan(cw, ch, nw, nh, &plan) != ZKIMGSET_OK) return ZKIMGSET_BAD_SIZE;
+  reduced.assign(geometry::row_bytes(std::size_t(plan.result_width), Layout::BitmapBgr) *
+                     std::size_t(plan.result_height),
+                 0);
+  const ZKImgSetBitmapInfoHeader header{40, cw, ch, 1, 24, 0, 0, 2834, 2834, 0, 0};
+  ZKImgSetBitmapInfoHeader result{};
+  if (resize::resize_exec(&header, content.data(), &result, reduced.data(), nw, nh) != 0)
+    return ZKIMGSET_BAD_SIZE;
+  analysed = Picture{reduced.data(), result.biWidth, result.biHeight, Layout::BitmapBgr};
+  return ZKIMGSET_OK;
+}
+
 int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverPicture& in) {
   if (library.StartupStatus == ZKIMGSET_OUT_OF_MEMORY || library.ColorTable3dMain == nullptr)
     return ZKIMGSET_OUT_OF_MEMORY;
@@ -54,30 +80,11 @@ int run(LibraryState& library, autosetup::AnalysisState& analysis, const DriverP
                      in.layout == 1 ? Layout::BitmapBgr : Layout::PackedRgb};
   if (std::max(in.width, in.height) <= kSmallImageSide)
     library.setup_mode |= ZKIMGSET_SETUP_SMALL_IMAGE;
-  const bool small = (library.setup_mode & ZKIMGSET_SETUP_SMALL_IMAGE) != 0;
 
   Picture analysed = full;
   std::vector<std::uint8_t> reduced;
-  if (small) {
-    const tagRECT c = geometry::content_rectangle(full);
-    const int cw = c.right - c.left + 1, ch = c.bottom - c.top + 1;
-    const std::vector<std::uint8_t> content = content_bitmap(full, c);
-    const bool landscape = cw >= ch;
-    const int tw = landscape ? kTargetLong : kTargetShort,
-              th = landscape ? kTargetShort : kTargetLong;
-    const double fx = double(tw) / cw, fy = double(th) / ch;
-    const int nw = fx >= fy ? tw : int(cw * fy), nh = fx >= fy ? int(ch * fx) : th;
-    ZKImgSetResizePlan plan{};
-    if (zkimgset_resize_plan(cw, ch, nw, nh, &plan) != ZKIMGSET_OK) return ZKIMGSET_BAD_SIZE;
-    reduced.assign(geometry::row_bytes(std::size_t(plan.result_width), Layout::BitmapBgr) *
-                       std::size_t(plan.result_height),
-                   0);
-    const ZKImgSetBitmapInfoHeader header{40, cw, ch, 1, 24, 0, 0, 2834, 2834, 0, 0};
-    ZKImgSetBitmapInfoHeader result{};
-    if (resize::resize_exec(&header, content.data(), &result, reduced.data(), nw, nh) != 0)
-      return ZKIMGSET_BAD_SIZE;
-    analysed = Picture{reduced.data(), result.biWidth, result.biHeight, Layout::BitmapBgr};
-  }
+  if ((library.setup_mode & ZKIMGSET_SETUP_SMALL_IMAGE) != 0)
+    if (const int status = reduce(full, reduced, analysed); status != ZKIMGSET_OK) return status;
   if (!geometry::analysis_size_accepted(analysed.width, analysed.height)) return ZKIMGSET_BAD_SIZE;
 
   auto thumb = std::make_unique<_ThumbnailData>();
