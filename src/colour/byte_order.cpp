@@ -13,6 +13,7 @@
 
 #include "colour/conversions.h"
 #include "colour/swap_run.h"
+#include "geometry/picture.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -23,10 +24,12 @@ struct Rows {
   std::uint16_t packed, padded;
 };
 
+// The row lengths of a positive width, cut to 16 bits as the format keeps
+// them.
 Rows rows_of(int width) {
-  const auto packed = static_cast<std::uint16_t>(static_cast<unsigned>(width) * 3u);
-  const auto pad = static_cast<std::uint16_t>((4 - packed % 4) % 4);
-  return {packed, static_cast<std::uint16_t>(packed + pad)};
+  const auto w = static_cast<std::size_t>(width);
+  return {static_cast<std::uint16_t>(geometry::row_bytes(w, geometry::Layout::PackedRgb)),
+          static_cast<std::uint16_t>(geometry::row_bytes(w, geometry::Layout::BitmapBgr))};
 }
 
 void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
