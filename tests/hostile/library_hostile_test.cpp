@@ -53,6 +53,24 @@ TEST(Hostile, ConversionBoundsNearTheIntLimitsReturnAtOnce) {
   }
 }
 
+// Widths where a 16-bit row length wraps: 21845 pixels pad to 65536 bytes,
+// a row of 0, which once sent RgbBgrConversion into a memset of 2^64 bytes.
+// Each stays inside the caller's buffer (the sanitizer build checks it), and
+// the widest unwrapped width still turns round exactly.
+TEST(Hostile, ByteOrderWidthsWhereTheRowLengthWraps) {
+  for (const int width : {21844, 21845, 43690}) {
+    const std::size_t row = (3 * std::size_t(width) + 3) & ~std::size_t(3);
+    std::vector<std::uint8_t> pixels(row * 3);
+    for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = std::uint8_t(i * 7);
+    std::vector<std::uint8_t> before = pixels;
+    EXPECT_EQ(RgbBgrConversion(pixels.data(), width, 3), 0) << width;
+    EXPECT_EQ(BgrRgbConversion(pixels.data(), width, 3), 0) << width;
+    if (width == 21844) {
+      EXPECT_TRUE(std::equal(pixels.begin(), pixels.begin() + 3 * width * 3, before.begin()));
+    }
+  }
+}
+
 TEST(Hostile, HugeSizesAreRefusedBeforeAnyWork) {
   std::vector<std::uint8_t> pixels(4 * 64 * 64, 90);
   AutoSetupParam record{};
