@@ -369,7 +369,7 @@ void Den2Vorn(benchmark::State& state) {
       p[i + 2] = table[2][p[i + 2]];
     }
   };
-  colour::convert(lib.state, pixels.data(), kWidth, kHeight, autosetup::Layout::PackedRgb,
+  colour::convert(lib.state, pixels.data(), kWidth, kHeight, geometry::Layout::PackedRgb,
                   colour::Core::OneD, {});
   floor_pass(floor);
   if (pixels != floor) return bench::fail(state, c, "Den2Vorn differs from its 1-D table");
@@ -378,7 +378,7 @@ void Den2Vorn(benchmark::State& state) {
       [&] {
         pixels = photograph();
         return bench::timed([&] {
-          colour::convert(lib.state, pixels.data(), kWidth, kHeight, autosetup::Layout::PackedRgb,
+          colour::convert(lib.state, pixels.data(), kWidth, kHeight, geometry::Layout::PackedRgb,
                           colour::Core::OneD, {});
         });
       },

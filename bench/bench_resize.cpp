@@ -76,7 +76,7 @@ void* vips_resized(const ZKImgSetResizePlan& plan, std::size_t* size) {
 // Ours, bitmap rows, as packed rows.
 std::vector<std::uint8_t> unpadded(const std::vector<std::uint8_t>& bitmap, int w, int h) {
   std::vector<std::uint8_t> packed;
-  const std::size_t stride = resize::bitmap_stride(w);
+  const std::size_t stride = zkimgset_bitmap_row_bytes(w);
   for (int y = 0; y < h; ++y)
     packed.insert(packed.end(), bitmap.begin() + std::ptrdiff_t(stride * y),
                   bitmap.begin() + std::ptrdiff_t(stride * y + 3 * std::size_t(w)));

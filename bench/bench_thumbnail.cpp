@@ -11,16 +11,19 @@
 #include <string>
 #include <vector>
 
-#include "autosetup/analysis_area.h"
 #include "autosetup/statistics.h"
 #include "autosetup/thumbnail.h"
 #include "bench_pictures.h"
+#include "geometry/content_rectangle.h"
 #include "rounds.h"
 
 namespace {
 
 using namespace zkimgset;
 using namespace zkimgset::autosetup;
+using geometry::content_rectangle;
+using geometry::Layout;
+using geometry::Picture;
 
 void Analysis(benchmark::State& state, int w, int h) {
   const bench::Comparison c{
@@ -34,16 +37,16 @@ void Analysis(benchmark::State& state, int w, int h) {
   AnalysisState analysis;
   LibraryState library;
   library.setup_mode = ZKIMGSET_SETUP_FULL;
-  make_thumbnail(picture, find_analysis_area(picture), *first);
+  make_thumbnail(picture, content_rectangle(picture), *first);
   bool same = true;
   bench::interleave(
       state, c,
       [&] {
         const double t = bench::timed([&] {
-          make_thumbnail(picture, find_analysis_area(picture), *thumb);
+          make_thumbnail(picture, content_rectangle(picture), *thumb);
           benchmark::DoNotOptimize(run_statistics(*thumb, analysis, library));
         });
-        make_thumbnail(picture, find_analysis_area(picture), *thumb);
+        make_thumbnail(picture, content_rectangle(picture), *thumb);
         same = same && std::memcmp(thumb.get(), first.get(), sizeof *thumb) == 0;
         return t;
       },

@@ -15,7 +15,9 @@ namespace zkcli {
 namespace {
 
 std::string attribute(std::string_view name, std::string_view value) {
-  return " " + std::string(name) + "=\"" + escape_html(value) + "\"";
+  std::string text(" ");
+  text.append(name).append("=\"").append(escape_html(value)).append("\"");
+  return text;
 }
 
 // The kinds of warning a card carries, for the page's filters.
@@ -23,8 +25,9 @@ std::string warning_kinds(const PictureReview& review) {
   std::string kinds;
   for (const std::string& w : review.warnings) {
     const char* kind = w.find("clipped") != std::string::npos ? "clip" : "dark";
-    if (kinds.find(kind) == std::string::npos)
-      kinds += (kinds.empty() ? "" : " ") + std::string(kind);
+    if (kinds.find(kind) != std::string::npos) continue;
+    if (!kinds.empty()) kinds += ' ';
+    kinds += kind;
   }
   return kinds;
 }

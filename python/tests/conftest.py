@@ -12,6 +12,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import types
 
 import pytest
 
@@ -57,19 +58,6 @@ def files_of(folder):
     return {str(p.relative_to(folder)): p.read_bytes() for p in folder.rglob("*") if p.is_file()}
 
 
-class Batch:
-    """40 camera pictures in folder/in, the tool's outputs in folder/tool-out
-    and its JSON Lines for them (made with `--out-dir out`, so a run into
-    folder/out with cwd=folder gives the same lines)."""
-
-    def __init__(self, folder, names, tool_lines):
-        self.folder = folder
-        self.inputs = folder / "in"
-        self.names = names
-        self.tool_out = folder / "tool-out"
-        self.tool_lines = tool_lines
-
-
 @pytest.fixture(scope="session")
 def batch(tmp_path_factory):
     folder = tmp_path_factory.mktemp("batch")
@@ -96,4 +84,7 @@ def batch(tmp_path_factory):
                            cwd=folder)
     assert status == 0
     (folder / "out").rename(folder / "tool-out")
-    return Batch(folder, names, json_lines(out))
+    # The tool's outputs in folder/tool-out and its JSON Lines for them (made
+    # with `--out-dir out`, so a run into folder/out from folder gives the same).
+    return types.SimpleNamespace(folder=folder, inputs=folder / "in", names=names,
+                                 tool_out=folder / "tool-out", tool_lines=json_lines(out))

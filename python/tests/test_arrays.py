@@ -49,44 +49,24 @@ def test_array_analysis_and_correction_are_the_tools(path, tmp_path):
 
 
 # ---- Layouts -------------------------------------------------------------------
-# Each layout puts the picture into a container array and names the view the
-# call gets; whatever lies outside the view must stay as it was.
-
-def _framed(rgb):
-    frame = np.full((rgb.shape[0] + 7, rgb.shape[1] + 13, 3), 77, np.uint8)
-    frame[3:-4, 5:-8] = rgb
-    return frame
-
-
-def _bgr_framed(rgb):
-    # A row length that is no multiple of 4 bytes: not the library's bitmap rows.
-    frame = np.full((rgb.shape[0] + 2, rgb.shape[1] + 1, 3), 33, np.uint8)
-    frame[1:-1, 1:] = rgb[..., ::-1]
-    return frame
-
-
-def _every_other(rgb):
-    frame = np.full((rgb.shape[0], 2 * rgb.shape[1], 3), 5, np.uint8)
-    frame[:, ::2] = rgb
-    return frame
-
-
-def _rgba(rgb):
-    frame = np.full(rgb.shape[:2] + (4,), 200, np.uint8)
-    frame[..., :3] = rgb
-    return frame
-
+# Each layout makes a container array for a picture of h x w and names the
+# view of it the call gets; whatever lies outside the view must stay as it was.
 
 LAYOUTS = {
-    # name: (container from packed RGB, the view of it, order)
-    "packed": (np.copy, lambda c: c, "RGB"),
-    "crop of a wider picture": (_framed, lambda c: c[3:-4, 5:-8], "RGB"),
-    "BGR packed": (lambda rgb: rgb[..., ::-1].copy(), lambda c: c, "BGR"),
-    "BGR crop, rows not 4-byte multiples": (_bgr_framed, lambda c: c[1:-1, 1:], "BGR"),
-    "Fortran order": (np.asfortranarray, lambda c: c, "RGB"),
-    "every other pixel": (_every_other, lambda c: c[:, ::2], "RGB"),
-    "first three samples of RGBA": (_rgba, lambda c: c[..., :3], "RGB"),
-    "rows upside down": (lambda rgb: rgb[::-1].copy(), lambda c: c[::-1], "RGB"),
+    # name: (container, the view of it, order)
+    "packed": (lambda h, w: np.zeros((h, w, 3), np.uint8), lambda c: c, "RGB"),
+    "crop of a wider picture": (
+        lambda h, w: np.full((h + 7, w + 13, 3), 77, np.uint8), lambda c: c[3:-4, 5:-8], "RGB"),
+    "BGR packed": (lambda h, w: np.zeros((h, w, 3), np.uint8), lambda c: c, "BGR"),
+    # A row length that is no multiple of 4 bytes: not the library's bitmap rows.
+    "BGR crop, rows not 4-byte multiples": (
+        lambda h, w: np.full((h + 2, w + 1, 3), 33, np.uint8), lambda c: c[1:-1, 1:], "BGR"),
+    "Fortran order": (lambda h, w: np.zeros((h, w, 3), np.uint8, order="F"), lambda c: c, "RGB"),
+    "every other pixel": (
+        lambda h, w: np.full((h, 2 * w, 3), 5, np.uint8), lambda c: c[:, ::2], "RGB"),
+    "first three samples of RGBA": (
+        lambda h, w: np.full((h, w, 4), 200, np.uint8), lambda c: c[..., :3], "RGB"),
+    "rows upside down": (lambda h, w: np.zeros((h, w, 3), np.uint8), lambda c: c[::-1], "RGB"),
 }
 
 AREA = (10, 20, 300, 200)
@@ -123,9 +103,11 @@ def test_every_layout_is_changed_as_packed_rgb_is(photo, layout, operation):
     run(expected_rgb, "RGB")
     assert not np.array_equal(expected_rgb, photo)
 
-    container = make(photo)
+    in_order = (lambda rgb: rgb) if order == "RGB" else (lambda rgb: rgb[..., ::-1])
+    container = make(*photo.shape[:2])
+    view_of(container)[...] = in_order(photo)
     expected = container.copy()
-    view_of(expected)[...] = expected_rgb if order == "RGB" else expected_rgb[..., ::-1]
+    view_of(expected)[...] = in_order(expected_rgb)
     run(view_of(container), order)
     np.testing.assert_array_equal(container, expected)
 
@@ -159,18 +141,14 @@ def test_unusable_arrays_and_arguments_are_refused_untouched(photo, call):
 
 @pytest.mark.parametrize("order", ["RGB", "BGR"])
 def test_resize_keeps_colours_and_their_places(order):
-    # Left half one colour, right half another: a swap of channels, a
-    # flipped row order or a mirrored row shows.
+    # Left half one colour, right half another: a swap of channels or a
+    # mirrored row shows.
     left, right = (10, 100, 200), (250, 40, 0)
+    in_order = (lambda rgb: rgb) if order == "RGB" else (lambda rgb: rgb[..., ::-1])
     picture = np.empty((300, 400, 3), np.uint8)
-    picture[:, :200] = left
-    picture[:, 200:] = right
-    if order == "BGR":
-        picture = picture[..., ::-1].copy()
-    small = zkimgset.resize(picture, 40, 30, order=order)
+    picture[:, :200], picture[:, 200:] = left, right
+    small = in_order(zkimgset.resize(in_order(picture).copy(), 40, 30, order=order))
     assert small.shape == (30, 40, 3)
-    if order == "BGR":
-        small = small[..., ::-1]
     assert (small[:, :15] == left).all() and (small[:, 25:] == right).all()
 
 

@@ -9,12 +9,13 @@
 #include <iterator>
 #include <memory>
 
-#include "autosetup/analysis_area.h"
 #include "autosetup/gradation.h"
 #include "autosetup/grouping.h"
 #include "autosetup/saturation.h"
 #include "autosetup/statistics.h"
 #include "autosetup/thumbnail.h"
+#include "geometry/content_rectangle.h"
+#include "geometry/size_rules.h"
 #include "platform/zeroed_alloc.h"
 
 namespace zkimgset::autosetup {
@@ -76,7 +77,7 @@ int get_at_param(const std::uint8_t* image, int width, int height, AutoSetupPara
   if (image == nullptr || result == nullptr || width < 1 || height < 1 ||
       width > kMaxArgumentSide || height > kMaxArgumentSide)
     return ZKIMGSET_BAD_ARGUMENT;
-  if (!analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
+  if (!geometry::analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
   platform::ZeroedAllocator& heap = platform::system_allocator();
   struct Release {
     platform::ZeroedAllocator& heap;
@@ -86,8 +87,8 @@ int get_at_param(const std::uint8_t* image, int width, int height, AutoSetupPara
       static_cast<_ThumbnailData*>(heap.allocate(sizeof(_ThumbnailData))), Release{heap});
   if (!thumb) return ZKIMGSET_OUT_OF_MEMORY;
 
-  const Picture picture{image, width, height, Layout::PackedRgb};
-  make_thumbnail(picture, find_analysis_area(picture), *thumb);
+  const geometry::Picture picture{image, width, height, geometry::Layout::PackedRgb};
+  make_thumbnail(picture, geometry::content_rectangle(picture), *thumb);
   ExifParam& shot = library.shooting.param;
   shot.Flash = flash;
   shot.BrightnessValue_num = brightness_child;

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "autosetup/analysis_state.h"
-#include "autosetup/picture.h"
 #include "frame/library_state.h"
 
 namespace zkimgset::autosetup {

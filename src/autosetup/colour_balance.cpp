@@ -10,7 +10,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "autosetup/constant_tables.h"
+#include "maths/linear_light.h"
 
 namespace zkimgset::autosetup {
 namespace {
@@ -63,8 +63,8 @@ void decide_colour_balance(AnalysisState& s, const LibraryState& library) noexce
     double level[3];
     for (int ch = 0; ch < 3; ++ch) {
       s.gain[ch] = static_cast<float>(((lin[ch] == 0 ? 1.0 : m / lin[ch]) + old_gain[ch]) / 2);
-      const double v = std::clamp(linear_level()[128] * old_gain[ch] * 1023.0, 0.0, 1023.0);
-      level[ch] = linear_to_level()[static_cast<std::size_t>(v)];
+      const double v = std::clamp(maths::linear_level()[128] * old_gain[ch] * 1023.0, 0.0, 1023.0);
+      level[ch] = maths::linear_to_level()[static_cast<std::size_t>(v)];
     }
     const double cb2 = -0.1687f * level[kRed] - 0.3313f * level[kGreen] + 0.5f * level[kBlue];
     const double cr2 = 0.5f * level[kRed] - 0.4187f * level[kGreen] - 0.0813f * level[kBlue];

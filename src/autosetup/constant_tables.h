@@ -1,5 +1,6 @@
-// The analysis's constant tables: grey threshold, level density, zone map,
-// linear level and its 10-bit inverse. Each is built once, on first use.
+// The analysis's constant tables: grey threshold, level density and zone
+// map. Each is built once, on first use. The linear-light tables it shares
+// with the set-up colour table are in maths/linear_light.h.
 #pragma once
 
 #include <array>
@@ -20,11 +21,5 @@ const std::array<std::uint16_t, 256>& level_density() noexcept;
 inline constexpr int kZoneRows = 23;
 inline constexpr int kZoneColumns = 32;
 int zone_of(int thumb_index) noexcept;
-
-// Linear light of an 8-bit level, 0.0 at 0 and 1.0 at 255.
-const std::array<float, 256>& linear_level() noexcept;
-
-// A 10-bit linear value (0..1023) back to an 8-bit level.
-const std::array<std::uint8_t, 1024>& linear_to_level() noexcept;
 
 }  // namespace zkimgset::autosetup

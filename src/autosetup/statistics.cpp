@@ -11,6 +11,7 @@
 
 #include "autosetup/colour_balance.h"
 #include "autosetup/constant_tables.h"
+#include "maths/linear_light.h"
 
 namespace zkimgset::autosetup {
 namespace {
@@ -58,7 +59,7 @@ bool judge_usable(const AnalysisState& s, std::uint16_t flash) {
 
 void accumulate(_ThumbnailData& thumb, AnalysisState& s, Sums& sums) {
   const auto& grey = grey_threshold();
-  const auto& linear = linear_level();
+  const auto& linear = maths::linear_level();
   const auto& density = level_density();
   int yy_mn = 255, yy_mx = 0;
   for (int i = 0; i < kThumbPixels; ++i) {

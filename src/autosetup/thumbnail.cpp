@@ -22,6 +22,10 @@
 #include "autosetup/analysis_state.h"
 
 namespace zkimgset::autosetup {
+
+using geometry::Layout;
+using geometry::Picture;
+
 namespace {
 
 // The neighbourhood averaged into yy: every offset (dx, dy) within the radius
@@ -52,7 +56,7 @@ const Band& band_for(int step) {
 class Sampler {
  public:
   Sampler(const Picture& picture, const Band& band)
-      : p_(picture), stride_(static_cast<long>(picture.stride())), band_(band) {}
+      : p_(picture), stride_(static_cast<long>(picture.row_bytes())), band_(band) {}
 
   // Writes thumbnail pixel `index` from the neighbourhood centred at memory
   // row `row`, column `column`.

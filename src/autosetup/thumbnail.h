@@ -1,7 +1,7 @@
 // The 128 x 92 analysis thumbnail, always landscape.
 #pragma once
 
-#include "autosetup/picture.h"
+#include "geometry/picture.h"
 #include "zkimgset/zkimgset.h"
 
 namespace zkimgset::autosetup {
@@ -13,6 +13,7 @@ int thumbnail_step(const tagRECT& area) noexcept;
 // Fills planes 0 (neighbourhood luminance yy) and 1..3 (red, green, blue of
 // the neighbourhood's centre) from the area of the picture. Portrait areas
 // are turned a quarter turn.
-void make_thumbnail(const Picture& picture, const tagRECT& area, _ThumbnailData& thumb) noexcept;
+void make_thumbnail(const geometry::Picture& picture, const tagRECT& area,
+                    _ThumbnailData& thumb) noexcept;
 
 }  // namespace zkimgset::autosetup

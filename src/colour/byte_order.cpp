@@ -13,20 +13,25 @@
 
 #include "colour/conversions.h"
 #include "colour/swap_run.h"
+#include "geometry/picture.h"
 
 namespace zkimgset::colour {
 namespace {
 
-constexpr int kWidestUnwrapped = 21845;  // 3 x 21845 + padding still fits 16 bits
+// 3 x 21844 and its padding still fit 16 bits; 21845's padded row (65536)
+// wraps to 0.
+constexpr int kWidestUnwrapped = 21844;
 
 struct Rows {
   std::uint16_t packed, padded;
 };
 
+// The row lengths of a positive width, cut to 16 bits as the format keeps
+// them.
 Rows rows_of(int width) {
-  const auto packed = static_cast<std::uint16_t>(static_cast<unsigned>(width) * 3u);
-  const auto pad = static_cast<std::uint16_t>((4 - packed % 4) % 4);
-  return {packed, static_cast<std::uint16_t>(packed + pad)};
+  const auto w = static_cast<std::size_t>(width);
+  return {static_cast<std::uint16_t>(geometry::row_bytes(w, geometry::Layout::PackedRgb)),
+          static_cast<std::uint16_t>(geometry::row_bytes(w, geometry::Layout::BitmapBgr))};
 }
 
 void copy_swapped(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
@@ -43,8 +48,13 @@ void reverse_rows(std::uint8_t* pixels, std::size_t row, int height) {
 
 // The format's own way, through a picture-sized temporary. When there is no
 // memory for it the picture is left as it is (the exports report nothing).
+// A wrapped padded row can be shorter than the packed row written into it
+// (21845 pixels: 65535 bytes into a row of 0), so the temporary holds every
+// row written, whatever is copied back.
 void reorder_through_temporary(std::uint8_t* pixels, int height, Rows from, Rows to,
-                               std::size_t copied, std::size_t written) {
+                               std::size_t copied) {
+  const std::size_t written =
+      std::max(copied, std::size_t(to.padded) * std::size_t(height - 1) + from.packed);
   const std::unique_ptr<std::uint8_t[]> out(new (std::nothrow) std::uint8_t[written]());
   if (!out) return;
   for (int y = 0; y < height; ++y)
@@ -60,7 +70,7 @@ void bitmap_to_packed(std::uint8_t* pixels, int width, int height) {
   const Rows rows = rows_of(width);
   if (width > kWidestUnwrapped) {
     const std::size_t size = std::size_t(width) * 3 * std::size_t(height);
-    reorder_through_temporary(pixels, height, rows, {rows.packed, rows.packed}, size, size);
+    reorder_through_temporary(pixels, height, rows, {rows.packed, rows.packed}, size);
     return;
   }
   // Swap and close up the rows (each moves down, never onto one not yet
@@ -76,7 +86,7 @@ void packed_to_bitmap(std::uint8_t* pixels, int width, int height) {
   const Rows rows = rows_of(width);
   if (width > kWidestUnwrapped) {
     const std::size_t size = std::size_t(rows.padded) * std::size_t(height);
-    reorder_through_temporary(pixels, height, {rows.packed, rows.packed}, rows, size, size);
+    reorder_through_temporary(pixels, height, {rows.packed, rows.packed}, rows, size);
     return;
   }
   // Turn the row order over, then swap and spread the rows out to their

@@ -7,24 +7,25 @@
 
 #include <algorithm>
 
-#include "autosetup/analysis_area.h"
 #include "colour/balance_curves.h"
 #include "colour/channel_table.h"
 #include "colour/interpolate3d.h"
 #include "colour/interpolate_run.h"
+#include "geometry/content_rectangle.h"
+#include "geometry/size_rules.h"
 
 namespace zkimgset::colour {
 namespace {
 
-using autosetup::Layout;
-using autosetup::Picture;
+using geometry::Layout;
+using geometry::Picture;
 
 // Calls visit(pixel) for every pixel of the picture's non-white rectangle.
 template <class Visit>
 void for_each_in_content(std::uint8_t* pixels, int width, int height, Layout layout, Visit visit) {
   const Picture picture{pixels, width, height, layout};
-  const tagRECT area = autosetup::find_analysis_area(picture);
-  const std::size_t stride = picture.stride();
+  const tagRECT area = geometry::content_rectangle(picture);
+  const std::size_t stride = picture.row_bytes();
   for (int y = area.top; y <= area.bottom; ++y) {
     std::uint8_t* p = pixels + stride * std::size_t(y) + 3 * std::size_t(area.left);
     for (int x = area.left; x <= area.right; ++x, p += 3) visit(p);
@@ -46,11 +47,11 @@ void three_d_stage(const std::uint8_t* table, std::uint8_t* pixels, int width, i
                    Layout layout) {
   const Interpolator interpolate(table);
   const Picture picture{pixels, width, height, layout};
-  const tagRECT area = autosetup::find_analysis_area(picture);
+  const tagRECT area = geometry::content_rectangle(picture);
   const RunOptions options{layout == Layout::BitmapBgr, true};
   for (int y = area.top; y <= area.bottom; ++y)
     interpolate_run(interpolate,
-                    pixels + picture.stride() * std::size_t(y) + 3 * std::size_t(area.left),
+                    pixels + picture.row_bytes() * std::size_t(y) + 3 * std::size_t(area.left),
                     std::size_t(area.right - area.left + 1), options);
 }
 
@@ -67,7 +68,7 @@ int check(const LibraryState& state, const std::uint8_t* pixels, int width, int 
   if ((core == Core::Density || core == Core::ThreeD) && state.Table3dStatus != ZKIMGSET_OK)
     return state.Table3dStatus;
   if (pixels == nullptr) return ZKIMGSET_BAD_ARGUMENT;
-  if (core == Core::Balance && !autosetup::analysis_size_accepted(width, height))
+  if (core == Core::Balance && !geometry::analysis_size_accepted(width, height))
     return ZKIMGSET_BAD_SIZE;
   return ZKIMGSET_OK;
 }

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "autosetup/picture.h"
 #include "frame/library_state.h"
+#include "geometry/picture.h"
 
 namespace zkimgset::colour {
 
@@ -24,7 +24,7 @@ struct Shifts {
 // Status checks in the core's order, then its stages. Returns 0 or the
 // first failing status.
 int convert(LibraryState& state, std::uint8_t* pixels, int width, int height,
-            autosetup::Layout layout, Core core, Shifts shifts) noexcept;
+            geometry::Layout layout, Core core, Shifts shifts) noexcept;
 
 // Bottom-up padded B, G, R rows to top-down packed R, G, B, in place.
 void bitmap_to_packed(std::uint8_t* pixels, int width, int height);

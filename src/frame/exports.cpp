@@ -11,6 +11,7 @@
 #include "frame/guard.h"
 #include "frame/library_state.h"
 #include "frame/table_gate.h"
+#include "geometry/picture.h"
 #include "resize/resize_exec.h"
 #include "setup/driver.h"
 #include "setup/image_data_convert.h"
@@ -118,8 +119,8 @@ int GetAtParamFromDIBits(const void* bits, int width, int height, AutoSetupParam
 
 namespace {
 
-using zkimgset::autosetup::Layout;
 using zkimgset::colour::Core;
+using zkimgset::geometry::Layout;
 
 int convert_locked(unsigned char* pixels, int width, int height, Layout layout, Core core,
                    int red = 0, int green = 0, int blue = 0) {
@@ -222,8 +223,7 @@ int ImageDataConvert(void* pixels, int width, int height) {
     state.ColorConvMode = ZKIMGSET_CONV_SKIP_3D_TABLE;
     if (const int status = zkimgset::table_status_gate(state); status != ZKIMGSET_OK) return status;
     return zkimgset::setup::run_driver(state, zkimgset::autosetup::analysis_state(),
-                                       {static_cast<std::uint8_t*>(pixels), width, height,
-                                        zkimgset::setup::bitmap_row_bytes(width), 24, 1});
+                                       zkimgset::setup::bitmap_picture(pixels, width, height));
   });
 }
 

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "geometry/picture.h"
 #include "resize/kernels.h"
 
 namespace zkimgset::resize {
@@ -22,6 +23,7 @@ constexpr std::uint64_t kNoBuffer = std::numeric_limits<std::uint64_t>::max();
 // The most bytes the tables take a requested column: kernel 3's weights
 // (48; kernel 4 keeps a tap count) and the vector pass's taps across (32).
 constexpr std::uint64_t kTableBytesPerColumn = 128;
+constexpr auto kBitmap = geometry::Layout::BitmapBgr;
 
 }  // namespace
 
@@ -47,10 +49,11 @@ int resize_into(const std::uint8_t* source, int src_width, int src_height,
   const int left = std::clamp(plan.cut_left, 0, src_width - 1);
   const KernelJob job{
       plan, new_width,
-      SourceCut{source, bitmap_stride(src_width), src_height, plan.cut_top, left,
-                std::max(std::min(plan.cut_width, src_width - left) - 1, 0)},
+      SourceCut{source, geometry::row_bytes(std::size_t(src_width), kBitmap), src_height,
+                plan.cut_top, left, std::max(std::min(plan.cut_width, src_width - left) - 1, 0)},
       cut_height,
-      Rows{result, plan.result_width, plan.result_height, bitmap_stride(plan.result_width), true}};
+      Rows{result, plan.result_width, plan.result_height,
+           geometry::row_bytes(std::size_t(plan.result_width), kBitmap), true}};
   bool done = false;
   switch (plan.kernel) {
     case 1:

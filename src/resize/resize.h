@@ -10,11 +10,6 @@
 
 namespace zkimgset::resize {
 
-// Row length of a bottom-up 24-bit bitmap.
-inline std::size_t bitmap_stride(int width) {
-  return static_cast<std::size_t>(zkimgset_bitmap_row_bytes(width));
-}
-
 // The most work memory a resize may take, in bytes (a whole intermediate
 // image and the kernel's tables); more than any buffer can hold when it
 // does not fit in 63 bits.

@@ -1,9 +1,7 @@
 // The set-up driver, step by step as the library has always run it. The
 // caller's picture is left untouched until the merged work copy is written
 // back; every return after the service is bound unbinds it. Kept on purpose:
-// the Model text goes to the service under the Make tag (0x010F) after the
-// Make text; with packed rows only width x height bytes of the work copy take
-// the service's result; 32-bit pixels are copied three bytes at a time.
+// 32-bit pixels are copied three bytes at a time.
 #include "setup/driver.h"
 
 #include <algorithm>
@@ -13,27 +11,21 @@
 #include <string>
 #include <vector>
 
-#include "autosetup/analysis_area.h"
 #include "autosetup/gradation.h"
 #include "autosetup/saturation.h"
 #include "colour/setup_table.h"
 #include "frame/service_binding.h"
+#include "geometry/content_rectangle.h"
+#include "geometry/size_rules.h"
 #include "platform/paths.h"
+#include "setup/correction.h"
 #include "setup/pixel_pass.h"
+#include "setup/service_setup.h"
 
 namespace zkimgset::setup {
 namespace {
 
-constexpr int kMinSide = 16, kMaxSide = 6144;
-constexpr double kMinRatio = 0.05, kMaxRatio = 20.0;
 constexpr unsigned kServiceBits = 0x1F;  // all five: the service's automatic set-up runs
-constexpr const char* kProfile = "sRGB10_8.prf";
-constexpr int kFlagBlockBytes = 256;
-constexpr int kBitmapHeaderBytes = 40;
-constexpr int kPixelsPerMetre = 2834;
-enum ServiceForm { kBitmapForm = 3, kPackedForm = 1 };
-
-int padding(int bytes) { return (4 - bytes % 4) % 4; }
 
 // Holds the service bound for the rest of a driver call.
 class BoundService {
@@ -47,134 +39,101 @@ class BoundService {
   ServiceBinding& binding_;
 };
 
-void build_tag_set(const ServiceBinding& s, void* tags, const LibraryState& library) {
-  const ExifParam& p = library.shooting.param;
-  const ShootingValues& v = library.shooting;
-  for (const char* text : {library.MakerText1, library.MakerText2}) {
-    const std::size_t length = strnlen(text, kMakerTextBytes - 1);
-    if (length == 0) continue;
-    std::string terminated(text, length);
-    s.set_tiff_tag(tags, 0x010F, 2, int(length + 1), terminated.c_str());
+// The picture's content rectangle and the work copy of it that the service
+// reads and the merge writes: the picture itself when the content is all of
+// it, otherwise a copy of the content's rows (padded like the picture's),
+// written back into the picture only at the end.
+class WorkCopy {
+ public:
+  WorkCopy(const DriverPicture& in, geometry::Layout layout)
+      : pixels_(in.pixels),
+        layout_(layout),
+        content_(geometry::content_rectangle({in.pixels, in.width, in.height, layout})),
+        width_(content_.right - content_.left + 1),
+        height_(content_.bottom - content_.top + 1),
+        source_row_bytes_(geometry::row_bytes(std::size_t(in.width), layout)),
+        row_bytes_(geometry::row_bytes(std::size_t(width_), layout)),
+        whole_(width_ == in.width && height_ == in.height) {
+    if (whole_) return;
+    copy_.assign(row_bytes_ * std::size_t(height_), 0);
+    for (int y = 0; y < height_; ++y)
+      std::memcpy(&copy_[row_bytes_ * std::size_t(y)], source_row(y), 3 * std::size_t(width_));
   }
-  const std::uint16_t flash = p.Flash, iso = v.ISOSpeedRatings;
-  if (flash != ShootingValues::kFlashUnknown) s.set_exif_tag(tags, 0x9209, 3, 1, &flash);
-  const std::int32_t brightness[2] = {p.BrightnessValue_num, p.BrightnessValue_den};
-  if (brightness[1] != 0) s.set_exif_tag(tags, 0x9203, 10, 1, brightness);
-  if (iso != 0) s.set_exif_tag(tags, 0x8827, 3, 1, &iso);
-  if (v.ExposureTime[1] != 0) s.set_exif_tag(tags, 0x829A, 5, 1, v.ExposureTime);
-  if (v.FNumber[1] != 0) s.set_exif_tag(tags, 0x829D, 5, 1, v.FNumber);
-  if (v.ShutterSpeedValue[1] != 0) s.set_exif_tag(tags, 0x9201, 10, 1, v.ShutterSpeedValue);
-  if (v.ApertureValue[1] != 0) s.set_exif_tag(tags, 0x9202, 5, 1, v.ApertureValue);
-  const std::uint16_t scene = p.SceneCaptureType, rendered = p.CustomRendered;
-  s.set_exif_tag(tags, 0xA406, 3, 1, &scene);
-  s.set_exif_tag(tags, 0xA401, 3, 1, &rendered);
+
+  const tagRECT& content() const { return content_; }
+
+  ServiceWork work() {
+    return {whole_ ? pixels_ : copy_.data(), width_, height_, row_bytes_,
+            layout_ == geometry::Layout::BitmapBgr};
+  }
+
+  void write_back() {
+    if (whole_) return;
+    for (int y = 0; y < height_; ++y)
+      std::memcpy(source_row(y), &copy_[row_bytes_ * std::size_t(y)], 3 * std::size_t(width_));
+  }
+
+ private:
+  std::uint8_t* source_row(int y) const {
+    return pixels_ + source_row_bytes_ * std::size_t(content_.top + y) +
+           3 * std::size_t(content_.left);
+  }
+
+  std::uint8_t* pixels_;
+  geometry::Layout layout_;
+  tagRECT content_;
+  int width_, height_;
+  std::size_t source_row_bytes_, row_bytes_;
+  bool whole_;
+  std::vector<std::uint8_t> copy_;
+};
+
+int check_picture(const LibraryState& library, const DriverPicture& in) {
+  if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
+    return ZKIMGSET_BAD_ARGUMENT;
+  if (const int status = geometry::driver_size_status(in.width, in.height); status != ZKIMGSET_OK)
+    return status;
+  if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
+  return ZKIMGSET_OK;
 }
 
 // The driver's own colour path: the host's contrast and level adjustments,
 // the adjustment-only saturation table and unit gains; the clipping range of
 // the last analysis for the blend.
-std::unique_ptr<autosetup::AnalysisState> driver_colour_inputs(
-    LibraryState& library, const autosetup::AnalysisState& analysis) {
+colour::Correction driver_correction(LibraryState& library,
+                                     const autosetup::AnalysisState& analysis) {
   auto inputs = std::make_unique<autosetup::AnalysisState>();
   inputs->wt_clp = analysis.wt_clp;
   inputs->bk_clp = analysis.bk_clp;
   autosetup::default_gradation(*inputs, library);
   autosetup::final_tone_table(*inputs, library);
   autosetup::adjustment_saturation_table(inputs->sat_coef, library);
-  return inputs;
+  return correction_of(*inputs);
 }
 
 int run(LibraryState& library, const autosetup::AnalysisState& analysis, const DriverPicture& in) {
   const std::string folder = platform::parameter_folder();
-  if (in.pixels == nullptr || (in.bits_per_pixel != 24 && in.bits_per_pixel != 32) || in.layout > 1)
-    return ZKIMGSET_BAD_ARGUMENT;
-  if (in.width > kMaxSide || in.height > kMaxSide || in.width < kMinSide || in.height < kMinSide)
-    return ZKIMGSET_BAD_SIZE;
-  const double ratio = double(in.width) / in.height;
-  if (ratio > kMaxRatio || ratio < kMinRatio) return ZKIMGSET_BAD_ASPECT;
-  if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
+  if (const int status = check_picture(library, in); status != ZKIMGSET_OK) return status;
   if (library.ExifSetupEnabled == 0) library.setup_mode &= ZKIMGSET_SETUP_SATURATION_KEEP;
   library.service_setup_ran = 0;
-  const tagRECT full{0, 0, in.width - 1, in.height - 1};
+  const auto layout = in.layout == 1 ? geometry::Layout::BitmapBgr : geometry::Layout::PackedRgb;
+  WorkCopy copy(in, layout);
 
-  const bool bitmap = in.layout == 1;
-  const autosetup::Picture picture{
-      in.pixels, in.width, in.height,
-      bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb};
-  const tagRECT content = autosetup::find_analysis_area(picture);
-  const int cw = content.right - content.left + 1, ch = content.bottom - content.top + 1;
-  const int source_pad = bitmap ? padding(3 * in.width) : 0;
-  const int content_pad = bitmap ? padding(3 * cw) : 0;
-  const std::size_t content_row = 3 * std::size_t(cw) + std::size_t(content_pad);
-  const bool whole = cw == in.width && ch == in.height;
-  auto source_row = [&](int y) {
-    return in.pixels +
-           (3 * std::size_t(in.width) + std::size_t(source_pad)) * std::size_t(content.top + y) +
-           3 * std::size_t(content.left);
-  };
-  std::vector<std::uint8_t> copy;
-  if (!whole) {
-    copy.assign(content_row * std::size_t(ch), 0);
-    for (int y = 0; y < ch; ++y)
-      std::memcpy(&copy[content_row * std::size_t(y)], source_row(y), 3 * std::size_t(cw));
-  }
-  std::uint8_t* work = whole ? in.pixels : copy.data();
-
-  ServiceBinding& service = library.service;
-  if (bind_service(service) != ZKIMGSET_OK) return ZKIMGSET_SERVICE_MISSING;
-  const BoundService bound(service);
-  void* tags = nullptr;
-  service.create_exif_tag(&tags);
-  build_tag_set(service, tags, library);
-
-  if ((library.setup_mode & kServiceBits) == kServiceBits) {
-    std::uint8_t flags[kFlagBlockBytes] = {};
-    service.init_flags(flags);
-    int size[2] = {cw, ch};
-    void* result = nullptr;
-    int status;
-    if (!bitmap) {
-      status = service.packed_auto_setup(work, size, folder.c_str(), 0, 0, size, kPackedForm,
-                                         kProfile, flags, tags, &result);
-    } else {
-      std::vector<std::uint8_t> block(kBitmapHeaderBytes + content_row * std::size_t(ch));
-      const std::int32_t header[10] = {
-          kBitmapHeaderBytes, cw, ch, 1 | (24 << 16), 0, 0, kPixelsPerMetre, kPixelsPerMetre, 0, 0};
-      std::memcpy(block.data(), header, sizeof header);
-      std::memcpy(block.data() + kBitmapHeaderBytes, work, content_row * std::size_t(ch));
-      status = service.bitmap_auto_setup(block.data(), folder.c_str(), 0, 0, size, kBitmapForm,
-                                         kProfile, flags, tags, &result);
-    }
-    if (status != 0) return status == 1 ? ZKIMGSET_SERVICE_REFUSED : ZKIMGSET_SERVICE_FAILED;
-    void* image = nullptr;
-    if (service.get_image(result, &image) != 0 || image == nullptr)
-      return ZKIMGSET_SERVICE_NO_RESULT;
-    const std::uint8_t* corrected =
-        static_cast<const std::uint8_t*>(image) + (bitmap ? kBitmapHeaderBytes : 0);
-    const std::size_t n =
-        bitmap ? content_row * std::size_t(ch) : std::size_t(cw) * std::size_t(ch);
-    const bool rendered = library.shooting.param.CustomRendered == 1;
-    const bool average = (library.setup_mode & ZKIMGSET_SETUP_HALVE) != 0;
-    for (std::size_t i = 0; i < n; ++i) {
-      const int old = work[i], res = corrected[i];
-      work[i] = std::uint8_t(rendered ? (res + 2 * old) / 3 : average ? (old + res) / 2 : res);
-    }
-    service.delete_exif_tag(&tags);
-    service.delete_handle(&result);
-    library.service_setup_ran = 1;
-  }
+  if (bind_service(library.service) != ZKIMGSET_OK) return ZKIMGSET_SERVICE_MISSING;
+  const BoundService bound(library.service);
+  void* tags = make_tag_set(library);
+  if ((library.setup_mode & kServiceBits) == kServiceBits)
+    if (const int status = service_auto_setup(library, folder, tags, copy.work()); status != 0)
+      return status;
 
   // Everything that can run out of memory comes before the write-back, so
   // a failure leaves the caller's picture as it was.
-  const auto inputs = driver_colour_inputs(library, analysis);
-  if (!whole)
-    for (int y = 0; y < ch; ++y)
-      std::memcpy(source_row(y), &copy[content_row * std::size_t(y)], 3 * std::size_t(cw));
+  const colour::Correction correction = driver_correction(library, analysis);
+  copy.write_back();
   colour::reset_colour_math(library);
-  colour::build_setup_table(library, *inputs);
-  return pixel_pass(library, in.pixels, in.bits_per_pixel,
-                    bitmap ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb, content,
-                    full);
+  colour::build_setup_table(library, correction);
+  return pixel_pass(library, in.pixels, in.bits_per_pixel, layout, copy.content(),
+                    tagRECT{0, 0, in.width - 1, in.height - 1});
 }
 
 }  // namespace
@@ -195,9 +154,16 @@ void store_adjustments(LibraryState& library, const int (&v)[9]) noexcept {
   a.BalanceStep3 = clamp16(v[8], -7, 7);
 }
 
-int bitmap_row_bytes(int width) noexcept {
+DriverPicture bitmap_picture(void* pixels, int width, int height) noexcept {
   // Only handed on; a width the driver will refuse must not overflow here.
-  return static_cast<int>(std::min<std::uint64_t>(zkimgset_bitmap_row_bytes(width), INT_MAX));
+  const std::uint64_t row =
+      width < 1 ? 0 : geometry::row_bytes<std::uint64_t>(width, geometry::Layout::BitmapBgr);
+  return {static_cast<std::uint8_t*>(pixels),
+          width,
+          height,
+          static_cast<int>(std::min<std::uint64_t>(row, INT_MAX)),
+          24,
+          1};
 }
 
 int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,

@@ -30,8 +30,8 @@ int run_driver(LibraryState& library, const autosetup::AnalysisState& analysis,
 // -7..7 (the export adds 7 to them once it holds the lock).
 void store_adjustments(LibraryState& library, const int (&values)[9]) noexcept;
 
-// The stride ImageDataConvert hands on: bitmap rows of 3 x width bytes
-// padded to 4.
-int bitmap_row_bytes(int width) noexcept;
+// ImageDataConvert's picture: a 24-bit bitmap whose stride (handed on, never
+// used) is its padded row length.
+DriverPicture bitmap_picture(void* pixels, int width, int height) noexcept;
 
 }  // namespace zkimgset::setup

@@ -9,8 +9,9 @@
 
 #include <cstring>
 
-#include "autosetup/picture.h"
 #include "colour/setup_table.h"
+#include "geometry/size_rules.h"
+#include "setup/correction.h"
 #include "setup/pixel_pass.h"
 
 namespace zkimgset::setup {
@@ -25,11 +26,11 @@ int image_data_convert(LibraryState& library, autosetup::AnalysisState& analysis
                        const tagRECT* area, const tagRECT* bounds) noexcept {
   if (data == nullptr || record == nullptr || mode < kPackedRgb || mode > kBitmapBgr)
     return ZKIMGSET_BAD_ARGUMENT;
-  if (!autosetup::analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
+  if (!geometry::analysis_size_accepted(width, height)) return ZKIMGSET_BAD_SIZE;
   if (library.ColorTable3dMain == nullptr) return ZKIMGSET_OUT_OF_MEMORY;  // start-up failed
   if (bounds == nullptr || (mode != kPlanarYCbCr && area == nullptr)) return ZKIMGSET_BAD_ARGUMENT;
-  const autosetup::Layout layout =
-      mode == kBitmapBgr ? autosetup::Layout::BitmapBgr : autosetup::Layout::PackedRgb;
+  const geometry::Layout layout =
+      mode == kBitmapBgr ? geometry::Layout::BitmapBgr : geometry::Layout::PackedRgb;
   auto* pixels = static_cast<std::uint8_t*>(data);
   if (mode != kPlanarYCbCr && pass_reach(pixels, 24, layout, *area, *bounds) == Reach::Outside)
     return ZKIMGSET_BAD_ARGUMENT;
@@ -38,7 +39,7 @@ int image_data_convert(LibraryState& library, autosetup::AnalysisState& analysis
   analysis.cr_ofs = record->cr_ofs;
   analysis.cb_ofs = record->cb_ofs;
   std::memcpy(analysis.sat_coef, record->sat_coef, sizeof analysis.sat_coef);
-  colour::build_setup_table(library, analysis);
+  colour::build_setup_table(library, correction_of(analysis));
 
   if (mode == kPlanarYCbCr)
     return ycbcr_pass(library, *static_cast<const ZKImgSetPlanarYCbCr*>(data), *bounds);

@@ -23,19 +23,18 @@ struct PassWalk {
   std::int64_t w, h, step, start, row_advance, row_skip;
 };
 
-PassWalk walk_of(int bits_per_pixel, autosetup::Layout layout, const tagRECT& area,
+PassWalk walk_of(int bits_per_pixel, geometry::Layout layout, const tagRECT& area,
                  const tagRECT& bounds) {
   const std::int64_t row_pixels = std::int64_t{bounds.right} - bounds.left + 1;
   const std::int64_t w = std::int64_t{area.right} - area.left + 1;
   const std::int64_t h = std::int64_t{area.bottom} - area.top + 1;
   const std::int64_t step = bits_per_pixel / 8;
-  const std::int64_t pad =
-      layout == autosetup::Layout::BitmapBgr ? (4 - 3 * row_pixels % 4) % 4 : 0;
-  const std::int64_t row_skip = 3 * (row_pixels - w) + pad;
+  const std::int64_t row = geometry::row_bytes(row_pixels, layout);
+  const std::int64_t row_skip = row - 3 * w;
   // Each factor is below 2^35, so these sums and products fit; the start
   // may not (a top row near 2^31 of rows near 2^32 pixels) and is checked.
   std::int64_t start = 0;
-  if (__builtin_mul_overflow(3 * row_pixels + pad, std::int64_t{area.top}, &start) ||
+  if (__builtin_mul_overflow(row, std::int64_t{area.top}, &start) ||
       __builtin_add_overflow(start, 3 * std::int64_t{area.left}, &start))
     start = std::numeric_limits<std::int64_t>::min();
   return {w, h, step, start, step * w + row_skip, row_skip};
@@ -43,7 +42,7 @@ PassWalk walk_of(int bits_per_pixel, autosetup::Layout layout, const tagRECT& ar
 
 }  // namespace
 
-Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layout layout,
+Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, geometry::Layout layout,
                  const tagRECT& area, const tagRECT& bounds) noexcept {
   const PassWalk walk = walk_of(bits_per_pixel, layout, area, bounds);
   if (walk.w < 1 || walk.h < 1) return Reach::Empty;
@@ -66,10 +65,10 @@ Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layo
 }
 
 int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
-               autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept {
+               geometry::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept {
   const PassWalk walk = walk_of(bits_per_pixel, layout, area, bounds);
   if (walk.w < 1 || walk.h < 1) return ZKIMGSET_OK;
-  const colour::RunOptions options{layout == autosetup::Layout::BitmapBgr,
+  const colour::RunOptions options{layout == geometry::Layout::BitmapBgr,
                                    state.ColorConvMode == 0 || state.ColorConvMode == 2};
   const colour::Interpolator interpolate(state.ColorTable3dMain);
   std::int64_t pixels_in_area = 0;

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "autosetup/picture.h"
 #include "frame/library_state.h"
+#include "geometry/picture.h"
 #include "zkimgset/zkimgset.h"
 
 namespace zkimgset::setup {
@@ -14,7 +14,7 @@ namespace zkimgset::setup {
 // to bytes at or after pixels, or also before them or past the end of the
 // address space, which no buffer starting at pixels can hold.
 enum class Reach { Empty, Inside, Outside };
-Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layout layout,
+Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, geometry::Layout layout,
                  const tagRECT& area, const tagRECT& bounds) noexcept;
 
 // Converts the area (inclusive) of a picture whose row length in pixels is
@@ -23,7 +23,7 @@ Reach pass_reach(const std::uint8_t* pixels, int bits_per_pixel, autosetup::Layo
 // each row as if pixels were 3 bytes wide (rows drift), as always. An empty
 // area converts nothing; the caller has checked the reach.
 int pixel_pass(LibraryState& state, std::uint8_t* pixels, int bits_per_pixel,
-               autosetup::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept;
+               geometry::Layout layout, const tagRECT& area, const tagRECT& bounds) noexcept;
 
 // Converts planar YCbCr data of the bounds' size (planar_pass.cpp). 0, or
 // 9 for a bad descriptor.

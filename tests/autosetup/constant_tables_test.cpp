@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "maths/linear_light.h"
+
 namespace zkimgset::autosetup {
 namespace {
 
@@ -31,7 +33,7 @@ TEST(ConstantTables, LinearLevelTellingValues) {
   const std::pair<int, double> telling[] = {
       {0, 0.0},     {1, 0.0009},  {4, 0.0035},   {5, 0.0071},   {8, 0.0088}, {16, 0.0141},
       {32, 0.0293}, {64, 0.0786}, {128, 0.2615}, {192, 0.5679}, {255, 1.0}};
-  const auto& t = linear_level();
+  const auto& t = maths::linear_level();
   for (const auto& [level, value] : telling) EXPECT_NEAR(t[level], value, 0.00005) << level;
 }
 
@@ -39,7 +41,7 @@ TEST(ConstantTables, LinearToLevelTellingValuesAndShape) {
   const std::pair<int, int> telling[] = {{0, 0},      {1, 1},     {8, 9},     {64, 55},
                                          {128, 85},   {256, 125}, {512, 180}, {768, 221},
                                          {1000, 252}, {1023, 255}};
-  const auto& t = linear_to_level();
+  const auto& t = maths::linear_to_level();
   for (const auto& [x, level] : telling) EXPECT_EQ(t[x], level) << x;
   for (int x = 1; x < 1024; ++x) EXPECT_GE(t[x], t[x - 1]) << x;
 }

@@ -8,13 +8,15 @@
 #include <cstring>
 #include <memory>
 
-#include "autosetup/analysis_area.h"
 #include "autosetup/analysis_state.h"
+#include "geometry/content_rectangle.h"
 #include "support/pictures.h"
 
 namespace zkimgset::autosetup {
 namespace {
 
+using geometry::content_rectangle;
+using geometry::Picture;
 using testing::BitmapPicture;
 using testing::coordinate_picture;
 using testing::decode_position;
@@ -23,7 +25,7 @@ using testing::TestPicture;
 
 std::unique_ptr<_ThumbnailData> thumbnail_of(const Picture& picture) {
   auto thumb = std::make_unique<_ThumbnailData>();
-  make_thumbnail(picture, find_analysis_area(picture), *thumb);
+  make_thumbnail(picture, content_rectangle(picture), *thumb);
   return thumb;
 }
 
@@ -41,20 +43,20 @@ TEST(AnalysisArea, TrimsPureWhiteMarginsOnly) {
     px[0] = px[1] = 255;
     px[2] = inside ? 10 : almost_white ? 254 : 255;
   });
-  const tagRECT area = find_analysis_area(p.packed());
+  const tagRECT area = content_rectangle(p.packed());
   EXPECT_EQ(area.left, 7);
   EXPECT_EQ(area.top, 3);
   EXPECT_EQ(area.right, 31);
   EXPECT_EQ(area.bottom, 35);
   // In the bitmap layout the rows are memory rows, bottom first.
   const BitmapPicture bitmap(p);
-  const tagRECT memory = find_analysis_area(bitmap.picture);
+  const tagRECT memory = content_rectangle(bitmap.picture);
   EXPECT_EQ(memory.top, 40 - 1 - 35);
   EXPECT_EQ(memory.bottom, 40 - 1 - 3);
   EXPECT_EQ(memory.right, 31);
 
   const TestPicture white(30, 20, [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 255; });
-  const tagRECT whole = find_analysis_area(white.packed());
+  const tagRECT whole = content_rectangle(white.packed());
   EXPECT_EQ((std::array{whole.left, whole.top, whole.right, whole.bottom}),
             (std::array{0, 0, 29, 19}))
       << "all white keeps the whole picture";
@@ -87,7 +89,7 @@ TEST(Thumbnail, EachStepSamplesItsNeighbourhoodCentre) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.width) + " x " + std::to_string(c.height));
     const TestPicture coords = coordinate_picture(c.width, c.height);
-    EXPECT_EQ(thumbnail_step(find_analysis_area(coords.packed())), c.step);
+    EXPECT_EQ(thumbnail_step(content_rectangle(coords.packed())), c.step);
     const auto thumb = thumbnail_of(coords.packed());
     const int x0 = (c.width - 128 * c.step) / 2, y0 = (c.height - 92 * c.step) / 2;
     for (int r : {0, 1, 45, 91})

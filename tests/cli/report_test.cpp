@@ -1,5 +1,5 @@
-// The review page: escaping, inline images, the charts' geometry, the
-// subject outline, the cards' data for sorting, and links to the files.
+// The review page: escaping, the charts' geometry, the subject outline, the
+// cards' data for sorting, links to the files and the order of the page.
 #include "report/report.h"
 
 #include <gtest/gtest.h>
@@ -53,174 +53,92 @@ PictureReport sample_picture() {
   for (int i = 0; i < 256; ++i) p.record.tone[i] = static_cast<std::uint8_t>(i);
   for (auto& c : p.record.sat_coef) c = 1024;
   p.figures = {{"setup_mode", 0xDF}, {"yy_av", 96}, {"yy_select", 118}};
-  p.subject_mask = {0, 0, 0, 0,  //
-                    0, 1, 1, 0,  //
-                    0, 0, 0, 0};
+  p.subject_mask = {0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0};
   p.subject_columns = 4, p.subject_rows = 3, p.subject_cell = 8;
   return p;
 }
 
-// ---- Base64 ----------------------------------------------------------------------
-
-struct Base64Case {
-  std::string bytes;
-  std::string encoded;
-};
-
-class ReportBase64 : public ::testing::TestWithParam<Base64Case> {};
-
-TEST_P(ReportBase64, EncodesKnownVectors) {
-  EXPECT_EQ(base64_encode(GetParam().bytes), GetParam().encoded);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ReportRfc4648, ReportBase64,
-    ::testing::Values(Base64Case{"", ""}, Base64Case{"f", "Zg=="}, Base64Case{"fo", "Zm8="},
-                      Base64Case{"foo", "Zm9v"}, Base64Case{"foob", "Zm9vYg=="},
-                      Base64Case{"fooba", "Zm9vYmE="}, Base64Case{"foobar", "Zm9vYmFy"},
-                      Base64Case{std::string("\0", 1), "AA=="}, Base64Case{"\xFF\xFE\xFD", "//79"},
-                      Base64Case{"\xFB\xEF", "++8="}));
-
-// ---- Text ----------------------------------------------------------------------------
-
-TEST(ReportText, EscapesMarkupQuotesAndControlCharacters) {
+TEST(ReportText, EscapesEncodesAndFormats) {
   EXPECT_EQ(escape_html("<script>&\"'"), "&lt;script&gt;&amp;&quot;&#39;");
   EXPECT_EQ(escape_html(std::string("a\0b\x1B\x7F\tc\n", 8)),
             "a\xEF\xBF\xBD"
             "b\xEF\xBF\xBD\xEF\xBF\xBD\tc\n");
   EXPECT_EQ(escape_html("caf\xC3\xA9"), "caf\xC3\xA9");
-}
-
-TEST(ReportText, FormatsNumbersWithoutNegativeZero) {
+  EXPECT_EQ(base64_encode("f") + base64_encode("\xFB\xEF") + base64_encode("\xFF\xFE\xFD"),
+            "Zg==++8=//79");
   EXPECT_EQ(format_number(-0.04, 1), "0.0");
   EXPECT_EQ(format_number(-0.0), "0");
   EXPECT_EQ(format_number(-3.25, 1), "-3.2");
   EXPECT_EQ(format_number(1234.5678, 2), "1234.57");
   EXPECT_EQ(svg_coord(12.0), "12");
   EXPECT_EQ(svg_coord(-0.04), "0");
+  const std::pair<double, const char*> times[] = {{0.004, "0.00 s"},    {9.996, "10.00 s"},
+                                                  {12.34, "12.3 s"},    {59.96, "1 min 0 s"},
+                                                  {119.6, "2 min 0 s"}, {3725, "62 min 5 s"}};
+  for (const auto& [seconds, shown] : times) EXPECT_EQ(seconds_text(seconds), shown);
 }
 
-// ---- Subject outline -----------------------------------------------------------
-
-struct OutlineCase {
-  const char* name;
-  int width, height;
-  std::vector<std::uint8_t> mask;
-  std::vector<Segment> expected;
-};
-
-class ReportOutline : public ::testing::TestWithParam<OutlineCase> {};
-
-TEST_P(ReportOutline, TracesCellBordersAndMergesRuns) {
-  const OutlineCase& c = GetParam();
-  EXPECT_EQ(mask_outline(c.mask, c.width, c.height), c.expected);
+// The outline follows cell borders, merging runs into single segments.
+TEST(ReportOutline, TracesCellBordersAndMergesRuns) {
+  const struct {
+    int width, height;
+    const char* mask;
+    const char* path;
+  } cases[] = {
+      {3, 2, "000010", "M1 1H2M1 2H2M1 1V2M2 1V2"},
+      {4, 4, "0000011001100000", "M1 1H3M1 3H3M1 1V3M3 1V3"},
+      {2, 2, "1111", "M0 0H2M0 2H2M0 0V2M2 0V2"},
+      {2, 2, "1001", "M0 0H1M0 1H2M1 2H2M0 0V1M1 0V2M2 1V2"},                   // corners shared
+      {3, 3, "111101111", "M0 0H3M1 1H2M1 2H2M0 3H3M0 0V3M1 1V2M2 1V2M3 0V3"},  // a hole
+      {2, 2, "0000", ""},
+      {3, 3, "1111", ""},  // the wrong size
+  };
+  for (const auto& c : cases) {
+    std::vector<std::uint8_t> mask;
+    for (const char* m = c.mask; *m; ++m) mask.push_back(*m == '1');
+    EXPECT_EQ(outline_path_data(mask_outline(mask, c.width, c.height)), c.path) << c.mask;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    ReportMasks, ReportOutline,
-    ::testing::Values(
-        OutlineCase{"OneCell",
-                    3,
-                    2,
-                    {0, 0, 0, 0, 1, 0},
-                    {{1, 1, 2, 1}, {1, 2, 2, 2}, {1, 1, 1, 2}, {2, 1, 2, 2}}},
-        OutlineCase{"BlockMergesIntoFourSides",
-                    4,
-                    4,
-                    {0, 0, 0, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0},
-                    {{1, 1, 3, 1}, {1, 3, 3, 3}, {1, 1, 1, 3}, {3, 1, 3, 3}}},
-        OutlineCase{"FullMaskFollowsTheEdge",
-                    2,
-                    2,
-                    {1, 1, 1, 1},
-                    {{0, 0, 2, 0}, {0, 2, 2, 2}, {0, 0, 0, 2}, {2, 0, 2, 2}}},
-        OutlineCase{
-            "DiagonalCellsShareTheirCorner",
-            2,
-            2,
-            {1, 0, 0, 1},
-            {{0, 0, 1, 0}, {0, 1, 2, 1}, {1, 2, 2, 2}, {0, 0, 0, 1}, {1, 0, 1, 2}, {2, 1, 2, 2}}},
-        OutlineCase{"RingHasAHole",
-                    3,
-                    3,
-                    {1, 1, 1, 1, 0, 1, 1, 1, 1},
-                    {{0, 0, 3, 0},
-                     {1, 1, 2, 1},
-                     {1, 2, 2, 2},
-                     {0, 3, 3, 3},
-                     {0, 0, 0, 3},
-                     {1, 1, 1, 2},
-                     {2, 1, 2, 2},
-                     {3, 0, 3, 3}}},
-        OutlineCase{"AllZero", 2, 2, {0, 0, 0, 0}, {}},
-        OutlineCase{"WrongSize", 3, 3, {1, 1, 1, 1}, {}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST(ReportOutline, PathDataDrawsEachSegment) {
-  const std::vector<Segment> segments = {{1, 1, 3, 1}, {1, 1, 1, 3}};
-  EXPECT_EQ(outline_path_data(segments), "M1 1H3M1 1V3");
-}
-
-// ---- Charts ----------------------------------------------------------------------
-
-// The points of the tone chart's curve, "x,y x,y ...".
-std::string curve_points(const std::string& svg) {
-  const std::regex points("<polyline points=\"([^\"]*)\" class=\"curve\"");
-  std::smatch match;
-  return std::regex_search(svg, match, points) ? match.str(1) : "";
-}
-
-double first_y(const std::string& points) { return std::stod(points.substr(points.find(',') + 1)); }
-
-TEST(ReportCharts, ToneCurveSamplesEveryFourthLevelWithOutputUpwards) {
+TEST(ReportCharts, AxesRangesAndDirections) {
+  // The tone curve: every fourth level, output upwards.
   std::uint8_t dark[256] = {}, light[256];
   std::fill(std::begin(light), std::end(light), 255);
-  const std::string low = curve_points(tone_curve_plot(dark, {}));
-  const std::string high = curve_points(tone_curve_plot(light, {}));
-  EXPECT_EQ(count(low, ","), 65);
-  EXPECT_GT(first_y(low), first_y(high)) << "output 0 must lie below output 255";
-}
+  const std::regex points("<polyline points=\"([^\"]*)\" class=\"curve\"");
+  std::smatch low, high;
+  const std::string low_svg = tone_curve_plot(dark, {}), high_svg = tone_curve_plot(light, {});
+  ASSERT_TRUE(std::regex_search(low_svg, low, points) && std::regex_search(high_svg, high, points));
+  EXPECT_EQ(count(low.str(1), ","), 65);
+  const auto first_y = [](const std::string& p) { return std::stod(p.substr(p.find(',') + 1)); };
+  EXPECT_GT(first_y(low.str(1)), first_y(high.str(1))) << "output 0 must lie below output 255";
 
-struct BalanceCase {
-  int cb, cr;
-  const char* range;  // the label at the ends of the axes
-};
+  // The colour-balance point: +Cb to the right, +Cr up, inside a range
+  // that grows with the offsets.
+  const struct {
+    int cb, cr;
+    const char* range;
+  } offsets[] = {{5, 9, "32"}, {-20, -31, "39"}, {-100, 40, "125"}, {3, -400, "500"}};
+  for (const auto& [cb, cr, range] : offsets) {
+    const std::string svg = colour_balance_plot(cb, cr);
+    const double x = attribute_of(svg, "offset-point", "cx");
+    const double y = attribute_of(svg, "offset-point", "cy");
+    EXPECT_TRUE(x > 0 && x < 240 && y > 0 && y < 240) << cb << "," << cr;
+    EXPECT_EQ(x > 120, cb > 0) << cb;
+    EXPECT_EQ(y<120, cr> 0) << cr;
+    EXPECT_NE(svg.find(std::string(">") + range + "</text>"), std::string::npos) << svg;
+  }
 
-class ReportBalance : public ::testing::TestWithParam<BalanceCase> {};
-
-TEST_P(ReportBalance, PointSitsInItsQuadrantWithinTheRange) {
-  const auto [cb, cr, range] = GetParam();
-  const std::string svg = colour_balance_plot(cb, cr);
-  const double x = attribute_of(svg, "offset-point", "cx");
-  const double y = attribute_of(svg, "offset-point", "cy");
-  EXPECT_GT(x, 0);
-  EXPECT_LT(x, 240);
-  EXPECT_GT(y, 0);
-  EXPECT_LT(y, 240);
-  EXPECT_EQ(x > 120, cb > 0) << "+Cb is to the right";
-  EXPECT_EQ(y<120, cr> 0) << "+Cr is up";
-  EXPECT_NE(svg.find(std::string(">") + range + "</text>"), std::string::npos) << svg;
-}
-
-INSTANTIATE_TEST_SUITE_P(ReportOffsets, ReportBalance,
-                         ::testing::Values(BalanceCase{5, 9, "32"}, BalanceCase{-20, -31, "39"},
-                                           BalanceCase{-100, 40, "125"},
-                                           BalanceCase{3, -400, "500"}));
-
-TEST(ReportCharts, SaturationRangeKeepsNeutralInView) {
+  // Saturation far from neutral keeps neutral in view.
   std::int16_t far[100];
   std::fill(std::begin(far), std::end(far), 3000);
   const std::string svg = saturation_plot(far);
   const double neutral = attribute_of(svg, "identity", "y1");
   const double top = attribute_of(svg, "frame", "y");
-  const double bottom = top + attribute_of(svg, "frame", "height");
   EXPECT_GT(neutral, top);
-  EXPECT_LT(neutral, bottom);
+  EXPECT_LT(neutral, top + attribute_of(svg, "frame", "height"));
 }
 
-// ---- Cards and page ------------------------------------------------------------
-
-TEST(ReportCard, CarriesWhatThePageSortsAndShowsWithTheOutlineOff) {
+TEST(ReportCard, CarriesWhatThePageSortsAndShows) {
   const std::string html = render_picture_card(sample_picture());
   EXPECT_EQ(count(html, "<img src=\"data:image/jpeg;base64,"), 2);
   EXPECT_NE(html.find(base64_encode("\xFF\xD8 before")), std::string::npos);
@@ -235,22 +153,16 @@ TEST(ReportCard, CarriesWhatThePageSortsAndShowsWithTheOutlineOff) {
   EXPECT_EQ(html.find("show-outline"), std::string::npos) << "the outline starts hidden";
   EXPECT_NE(html.find("<th>yy_select</th><td>118</td>"), std::string::npos);
   EXPECT_NE(html.find("highlights clipped: 0.5% -&gt; 3.0% of pixels"), std::string::npos);
-}
 
-TEST(ReportCard, NoSubjectMeansNoOutlineAndNoToggle) {
+  // No subject: no outline and no toggle; a negative mode as its 16-bit word.
   for (const auto& mask : {std::vector<std::uint8_t>{}, std::vector<std::uint8_t>(12, 0)}) {
     PictureReport p = sample_picture();
     p.subject_mask = mask;
-    const std::string html = render_picture_card(p);
-    EXPECT_EQ(html.find("class=\"outline\""), std::string::npos);
-    EXPECT_EQ(html.find("outline-toggle"), std::string::npos);
+    p.figures = {{"setup_mode", -2}};
+    const std::string card = render_picture_card(p);
+    EXPECT_EQ(card.find("class=\"outline"), std::string::npos);
+    EXPECT_NE(card.find("0xFFFE"), std::string::npos);
   }
-}
-
-TEST(ReportCard, NegativeSetupModeShowsItsSixteenBitWord) {
-  PictureReport p = sample_picture();
-  p.figures = {{"setup_mode", -2}};
-  EXPECT_NE(render_picture_card(p).find("0xFFFE"), std::string::npos);
 }
 
 TEST(ReportPage, EscapesHostileNamesAndFetchesNothing) {
@@ -291,41 +203,15 @@ TEST(ReportPage, PicturesNeedingALookFirstThenFailuresAndSkipsFoldedAway) {
   EXPECT_LT(at("id=\"skipped\""), at("notes.txt"));
 }
 
-struct LinkCase {
-  const char* from;
-  const char* path;
-  const char* link;
-};
-
-class ReportLinks : public ::testing::TestWithParam<LinkCase> {};
-
-TEST_P(ReportLinks, LeadFromThePageToTheFileEncoded) {
-  EXPECT_EQ(relative_link(GetParam().from, GetParam().path), GetParam().link);
+TEST(ReportLinks, LeadFromThePageToTheFileEncoded) {
+  const struct {
+    const char *from, *path, *link;
+  } links[] = {{"/w/out", "/w/out/a.jpg", "a.jpg"},
+               {"/w/out", "/w/in/sub/../b c#1?.jpg", "../in/b%20c%231%3F.jpg"},
+               {"/w/out/", "/w/out/x/\xC3\xA9.png", "x/%C3%A9.png"},
+               {"/", "/srv/pictures/%.tif", "srv/pictures/%25.tif"}};
+  for (const auto& l : links) EXPECT_EQ(relative_link(l.from, l.path), l.link);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Paths, ReportLinks,
-    ::testing::Values(LinkCase{"/w/out", "/w/out/a.jpg", "a.jpg"},
-                      LinkCase{"/w/out", "/w/in/sub/../b c#1?.jpg", "../in/b%20c%231%3F.jpg"},
-                      LinkCase{"/w/out/", "/w/out/x/\xC3\xA9.png", "x/%C3%A9.png"},
-                      LinkCase{"/", "/srv/pictures/%.tif", "srv/pictures/%25.tif"}));
-
-struct TimeCase {
-  double seconds;
-  const char* shown;
-};
-
-class ReportTime : public ::testing::TestWithParam<TimeCase> {};
-
-TEST_P(ReportTime, ReadsNaturally) {
-  EXPECT_EQ(seconds_text(GetParam().seconds), GetParam().shown);
-}
-
-INSTANTIATE_TEST_SUITE_P(ReportDurations, ReportTime,
-                         ::testing::Values(TimeCase{0.004, "0.00 s"}, TimeCase{9.996, "10.00 s"},
-                                           TimeCase{12.34, "12.3 s"}, TimeCase{59.96, "1 min 0 s"},
-                                           TimeCase{119.6, "2 min 0 s"},
-                                           TimeCase{3725, "62 min 5 s"}));
 
 }  // namespace
 }  // namespace zkcli

@@ -10,10 +10,8 @@
 
 namespace zkcli {
 
-ToolRun run_tool(const std::string& arguments, bool merge_stderr) {
-  const std::string command =
-      std::string(ZKIMGSET_TEST_TOOL) + " " + arguments + (merge_stderr ? " 2>&1" : "");
-  FILE* pipe = popen(command.c_str(), "r");
+ToolRun run_shell(const std::string& command) {
+  FILE* pipe = popen(("{ " + command + "\n} 2>&1").c_str(), "r");
   ToolRun run{-1, {}};
   if (!pipe) return run;
   char buffer[4096];
@@ -22,6 +20,10 @@ ToolRun run_tool(const std::string& arguments, bool merge_stderr) {
   const int status = pclose(pipe);
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return run;
+}
+
+ToolRun run_tool(const std::string& arguments) {
+  return run_shell(std::string(ZKIMGSET_TEST_TOOL) + " " + arguments);
 }
 
 std::string slurp(const std::filesystem::path& path) {

@@ -10,12 +10,12 @@ namespace zkcli {
 
 struct ToolRun {
   int status;          // exit status, or -1 when it did not exit
-  std::string output;  // standard output, then standard error
+  std::string output;  // standard output and standard error
 };
 
-// The tool's messages (stdout and stderr together), or with a redirection of
-// its own in arguments whatever it leaves on the pipe.
-ToolRun run_tool(const std::string& arguments, bool merge_stderr = true);
+// A shell command line's status and messages; run_tool runs the tool.
+ToolRun run_shell(const std::string& command);
+ToolRun run_tool(const std::string& arguments);
 
 std::string slurp(const std::filesystem::path& path);
 void spit(const std::filesystem::path& path, const std::string& bytes);

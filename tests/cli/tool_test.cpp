@@ -3,18 +3,14 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "core/tool_limits.h"
-#include "files/input_file.h"
 #include "files/picture_file.h"
-#include "files/tiff_directory.h"
 #include "tool_run.h"
 
 namespace zkcli {
@@ -40,15 +36,26 @@ Picture test_picture(int width, int height, Format format, int seed = 0) {
   return p;
 }
 
+// A JPEG segment: marker, length, body.
+std::string jpeg_segment(unsigned marker, const std::string& body) {
+  const std::size_t length = body.size() + 2;
+  return std::string{'\xFF', static_cast<char>(marker), static_cast<char>(length >> 8),
+                     static_cast<char>(length & 0xFF)} +
+         body;
+}
+
 // A small Exif APP1 segment: a TIFF header and IFD0 with Make.
 std::string exif_segment() {
-  const std::string tiff = std::string("II*\0\x08\0\0\0", 8) +
-                           std::string("\x01\0\x0F\x01\x02\0\x05\0\0\0\x1A\0\0\0\0\0\0\0", 18) +
-                           std::string("Test\0", 5);
-  const std::string body = std::string("Exif\0\0", 6) + tiff;
-  const std::size_t length = body.size() + 2;
-  return std::string("\xFF\xE1", 2) + static_cast<char>(length >> 8) +
-         static_cast<char>(length & 0xFF) + body;
+  return jpeg_segment(0xE1,
+                      std::string("Exif\0\0II*\0\x08\0\0\0", 14) +
+                          std::string("\x01\0\x0F\x01\x02\0\x05\0\0\0\x1A\0\0\0\0\0\0\0", 18) +
+                          std::string("Test\0", 5));
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
 }
 
 class Tool : public ::testing::Test {
@@ -62,284 +69,208 @@ class Tool : public ::testing::Test {
 
   std::string path(const std::string& name) const { return (dir_ / name).string(); }
 
+  std::string write(const std::string& name, Picture p, Format format = Format::Jpeg) {
+    spit(path(name), encode_picture(p, format, {90, ""}));
+    return path(name);
+  }
   std::string write_jpeg(const std::string& name, int width, int height, int seed = 0) {
     Picture p = test_picture(width, height, Format::Jpeg, seed);
     p.meta.jpeg_segments.push_back(exif_segment());
-    spit(path(name), encode_picture(p, Format::Jpeg, {90, ""}));
-    return path(name);
-  }
-
-  // Names in a folder, temporary files included.
-  static std::vector<std::string> listing(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(folder)) names.push_back(e.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
+    return write(name, p);
   }
 
   fs::path dir_;
 };
 
-TEST_F(Tool, JpegRoundTripKeepsSizeAndExifSegment) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  const ToolRun run = run_tool("autosetup " + in + " -o " + path("out.jpg"));
-  ASSERT_EQ(run.status, 0) << run.output;
-  const std::string out = slurp(path("out.jpg"));
-  const Picture decoded = decode_picture(out, 6144);
-  EXPECT_EQ(decoded.width, 320);
-  EXPECT_EQ(decoded.height, 240);
-  ASSERT_EQ(decoded.meta.jpeg_segments.size(), 1u);
-  EXPECT_EQ(decoded.meta.jpeg_segments[0], exif_segment());
-  EXPECT_EQ(out.substr(2, 2), "\xFF\xE1") << "Exif must follow SOI, with no JFIF header before it";
-  EXPECT_NE(decoded.rgb, decode_picture(slurp(in), 6144).rgb) << "the picture was not corrected";
-}
-
-TEST_F(Tool, PngRoundTripKeepsTransparency) {
-  Picture p = test_picture(200, 150, Format::Png);
-  p.alpha.resize(200 * 150);
-  for (std::size_t i = 0; i < p.alpha.size(); ++i) p.alpha[i] = static_cast<std::uint8_t>(i * 7);
-  spit(path("in.png"), encode_picture(p, Format::Png, {}));
-  const ToolRun run = run_tool("autosetup " + path("in.png") + " -o " + path("out.png"));
-  ASSERT_EQ(run.status, 0) << run.output;
-  const Picture out = decode_picture(slurp(path("out.png")), 6144);
-  EXPECT_EQ(out.format, Format::Png);
-  EXPECT_EQ(out.width, 200);
-  EXPECT_EQ(out.alpha, p.alpha);
-}
-
-struct BadInput {
-  const char* name;
-  const char* expected;  // in the message
-};
-
-class ToolBadInput : public Tool, public ::testing::WithParamInterface<BadInput> {};
-
-TEST_P(ToolBadInput, FailsWithItsReasonAndLeavesNothing) {
-  const BadInput& bad = GetParam();
-  const std::string valid = slurp(write_jpeg("source.jpg", 320, 240));
-  const std::string name = bad.name;
-  if (name == "text.jpg") spit(path(name), "just some text, not a picture\n");
-  if (name == "truncated.jpg") spit(path(name), valid.substr(0, valid.size() / 2));
-  if (name == "small.jpg") write_jpeg(name, 100, 80);
-  if (name == "empty.png") spit(path(name), "");
-  if (name == "device.jpg") fs::create_symlink("/dev/null", path(name));
-  fs::create_directory(path("out"));
-  const ToolRun run =
-      run_tool("autosetup " + path(name) + " " + path("source.jpg") + " --out-dir " + path("out"));
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find(bad.expected), std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("Corrected 1 of 2"), std::string::npos) << run.output;
-  // Only the good picture's output, and no temporary file.
-  EXPECT_EQ(listing(path("out")), std::vector<std::string>{"source.jpg"});
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Reasons, ToolBadInput,
-    ::testing::Values(BadInput{"missing.jpg", "unreadable: No such file or directory"},
-                      BadInput{"text.jpg", "not a picture (neither JPEG, PNG nor TIFF)"},
-                      BadInput{"truncated.jpg", "damaged JPEG"},
-                      BadInput{"small.jpg", "too small (100 x 80; at least 128 x 92 is needed)"},
-                      BadInput{"empty.png", "not a picture (empty file)"},
-                      BadInput{"device.jpg", "not a regular file (a character device)"}),
-    [](const auto& info) {
-      std::string n = info.param.name;
-      return n.substr(0, n.find('.'));
-    });
-
-TEST_F(Tool, UnwritableDestinationFailsCleanly) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  ToolRun run = run_tool("autosetup " + in + " -o /proc/zkimgset-test.jpg");
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("cannot write /proc/zkimgset-test.jpg"), std::string::npos)
-      << run.output;
-  run = run_tool("autosetup " + in + " --out-dir /proc/zkimgset-test");
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("cannot create the folder /proc/zkimgset-test"), std::string::npos)
-      << run.output;
-  EXPECT_EQ(listing(dir_.string()), std::vector<std::string>{"in.jpg"});
-}
-
-TEST_F(Tool, NeverOverwritesItsInputUnlessAsked) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  const std::string before = slurp(in);
-  ToolRun run = run_tool("autosetup " + in + " -o " + in);
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("--in-place"), std::string::npos) << run.output;
-  EXPECT_EQ(slurp(in), before);
-  run = run_tool("autosetup --in-place " + in);
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(slurp(in), before);
-  EXPECT_EQ(listing(dir_.string()), std::vector<std::string>{"in.jpg"});
-}
-
-// A worker lives on from picture to picture, and pictures that clear stages
-// of the analysis (a flat one keeps only 0x40, a busy one loses grouping)
-// come first: every later picture must still come out as a fresh process
-// writes it, whatever the number of workers.
-TEST_F(Tool, LongLivedWorkersWriteWhatFreshProcessesWrite) {
-  fs::create_directory(path("in"));
-  Picture flat = test_picture(200, 150, Format::Jpeg);
-  std::fill(flat.rgb.begin(), flat.rgb.end(), 128);
-  spit(path("in/a-flat.jpg"), encode_picture(flat, Format::Jpeg, {90, ""}));
-  Picture busy = test_picture(240, 180, Format::Jpeg);
-  for (std::size_t i = 0; i < busy.rgb.size(); ++i)
-    busy.rgb[i] = static_cast<std::uint8_t>((i * 7919) % 251);
-  spit(path("in/b-busy.jpg"), encode_picture(busy, Format::Jpeg, {90, ""}));
-  for (int i = 0; i < 4; ++i)
-    write_jpeg("in/p" + std::to_string(i) + ".jpg", 300 + 20 * i, 200, 10 * i);
-  std::vector<std::string> names;
-  for (const auto& e : fs::directory_iterator(path("in"))) names.push_back(e.path().filename());
-  std::sort(names.begin(), names.end());
-
-  fs::create_directory(path("fresh"));
-  for (const std::string& name : names) {
-    const ToolRun run =
-        run_tool("autosetup " + path("in/" + name) + " -o " + path("fresh/" + name));
-    ASSERT_EQ(run.status, 0) << run.output;
-  }
-  for (const char* jobs : {"1", "2"}) {
-    const std::string out = path(std::string("jobs") + jobs);
-    const ToolRun run =
-        run_tool("autosetup " + path("in") + " --jobs " + jobs + " --out-dir " + out);
-    ASSERT_EQ(run.status, 0) << run.output;
-    for (const std::string& name : names)
-      EXPECT_TRUE(slurp(out + "/" + name) == slurp(path("fresh/" + name)))
-          << name << ", --jobs " << jobs;
-  }
-}
-
-TEST_F(Tool, ReportShowsEveryPicture) {
-  write_jpeg("a.jpg", 320, 240);
-  spit(path("b.jpg"), "not a picture");
-  const ToolRun run = run_tool("autosetup " + path("a.jpg") + " " + path("b.jpg") + " --out-dir " +
-                               path("out") + " --report " + path("report.html"));
-  EXPECT_EQ(run.status, 1) << run.output;
-  const std::string html = slurp(path("report.html"));
-  EXPECT_NE(html.find("a.jpg"), std::string::npos);
-  EXPECT_NE(html.find("not a picture"), std::string::npos);
-  EXPECT_NE(html.find("data:image/jpeg;base64,"), std::string::npos);
-}
-
-struct Usage {
-  const char* arguments;
+// A shell command line run in the test's folder: D/ is that folder, and TOOL
+// the tool. Each fragment between '|' must be in the messages; "" asks for
+// no messages at all.
+struct Row {
+  const char* command;
+  int status;
   const char* expected;
 };
 
-class ToolUsage : public ::testing::TestWithParam<Usage> {};
+constexpr Row kFileRows[] = {
+    // Each failing picture is named with its reason; the others are written.
+    {"TOOL autosetup D/missing.jpg D/text.jpg D/truncated.jpg D/small.jpg D/empty.png D/device.jpg "
+     "D/in.jpg --out-dir D/bad; s=$?; echo files: $(ls -A D/bad); exit $s",
+     1,
+     "missing.jpg: unreadable: No such file or directory|"
+     "text.jpg: not a picture (neither JPEG, PNG nor TIFF)|truncated.jpg: damaged JPEG|"
+     "small.jpg: too small (100 x 80; at least 128 x 92 is needed)|"
+     "empty.png: not a picture (empty file)|device.jpg: not a regular file (a character device)|"
+     "Corrected 1 of 7|files: in.jpg\n"},
+    {"TOOL autosetup D/in.jpg -o /proc/zkimgset-test.jpg", 1,
+     "cannot write /proc/zkimgset-test.jpg"},
+    {"TOOL autosetup D/in.jpg --out-dir /proc/zkimgset-test", 1,
+     "cannot create the folder /proc/zkimgset-test"},
+    {"TOOL autosetup D/in.jpg -o D/in.jpg", 1, "--in-place"},
+    {"TOOL autosetup D/damaged.jpg -o D/damaged-out.jpg", 0,
+     "2 extraneous bytes before marker 0xdb"},
+    {"TOOL autosetup - -o D/x.jpg < /dev/null", 1, "standard input is a character device"},
+    // Only the picture goes to standard output; the messages to standard error.
+    {"TOOL autosetup - -o - --format png < D/in.jpg 2>&1 >D/s.png", 0, "Corrected 1 of 1"},
+    {"TOOL autosetup -q D/in.jpg -o D/q.jpg", 0, ""},
+    // The output format follows the name or --format.
+    {"for o in f.png f.TIF f.jpeg 'f.dat --format tiff'; do TOOL autosetup -q D/in.jpg -o D/$o; "
+     "done && TOOL convert --op balance --shift 2,0,-2 D/in.jpg -o D/c.jpg && "
+     "TOOL analyse D/f.png D/f.TIF D/f.jpeg D/f.dat D/s.png D/c.jpg",
+     0,
+     "f.png: 320 x 240 PNG|f.TIF: 320 x 240 TIFF|f.jpeg: 320 x 240 JPEG|f.dat: 320 x 240 TIFF|"
+     "s.png: 320 x 240 PNG|c.jpg: 320 x 240 JPEG"},
+    // Folders: what is not a picture and what lies in sub-folders is counted;
+    // -r takes sub-folders and mirrors them.
+    {"TOOL autosetup D/in --out-dir D/flat --report D/flat.html", 0,
+     "2 skipped: 1 in sub-folders, 1 not pictures; use -r|Report: "},
+    {"TOOL autosetup -r D/in --out-dir D/deep --json && TOOL analyse D/deep/sub/b.jpg", 0,
+     "\"type\":\"run\",\"pictures\":2,\"corrected\":2,\"unchanged\":0,\"failed\":0,\"skipped\":1|"
+     "deep/sub/b.jpg: 320 x 240 JPEG"},
+    {"TOOL autosetup D/in.jpg -o D/taken.jpg --no-clobber && cat D/taken.jpg", 0,
+     "1 skipped: 1 outputs exist (--no-clobber)|keep me"},
+    {"TOOL tables D/good.dat", 0, "1-D table, 256 records"},
+    {"TOOL tables D/bad.dat D/short.dat", 1,
+     "line 5: malformed record \"3,3\"|no line feed at the end"},
+    {"TOOL tables", 0, "ZK3DDATA.DAT: library status 0"},
+    {"TOOL analyse --json D/in.jpg --dump D/dump && stat -c %s D/dump/in_ThumbYCC128x92.raw", 0,
+     "\"tone\":[0,|\"yy_select\":|\n35328\n"},
+    {"TOOL analyse --json D/in.jpg - < D/in.jpg", 0, "}\n{\"file\":\"-\""},
+    // Exif across formats: into a TIFF's tags and directories, and back.
+    {"TOOL autosetup -q " ZKIMGSET_TEST_DATA_DIR "/../../examples/photos/dark-party.jpg -o D/x.tif "
+     "&& TOOL autosetup -q D/x.tif -o D/x.jpg && TOOL analyse D/x.jpg",
+     0, "Exif: flash 1, brightness 15/10, Eastman Kodak Company DC210 Zoom (V05.00)"},
+    // TIFF layouts a lab meets, made by ImageMagick: each is read (16 bits
+    // through 8) and written as 8-bit RGB in the input's compression.
+    {"for o in '-depth 16 -compress lzw' "
+     "'-colorspace gray -compress zip' '-colorspace gray -depth 16 -compress none' "
+     "'-define tiff:tile-geometry=64x64 -compress lzw'; do convert D/in.jpg $o D/l.tif && "
+     "TOOL autosetup -q D/l.tif -o D/l-out.tif && identify -format '%w %z %C,' D/l-out.tif; done",
+     0, "320 8 LZW,320 8 Zip,320 8 None,320 8 LZW,"},
+    // A worker lives on from picture to picture, and pictures that clear
+    // stages of the analysis (a flat one keeps only 0x40, a busy one loses
+    // grouping) come first: every later picture must still come out as a
+    // fresh process writes it, whatever the number of workers.
+    {"TOOL autosetup -q D/w --jobs 1 --out-dir D/jobs1 && "
+     "TOOL autosetup -q D/w --jobs 2 --out-dir D/jobs2 && mkdir D/fresh && for f in D/w/*; do "
+     "TOOL autosetup -q $f -o D/fresh/${f##*/}; done && diff -r D/fresh D/jobs1 && "
+     "diff -r D/fresh D/jobs2 && ls D/jobs2",
+     0, "a-flat.jpg\nb-busy.jpg\np0.jpg\np1.jpg\np2.jpg\np3.jpg\n"},
+    // Re-runs in place: the first marks what it corrected (XMP in JPEG and
+    // TIFF, a text chunk in PNG) and keeps the original with --backup, the
+    // second skips it, and --force corrects it again, keeping the first backup.
+    {"TOOL autosetup --in-place --backup D/m.jpg D/m.png D/m.tif && for f in D/m.*[gf]; do "
+     "cmp $f~ $f.0 && ! cmp -s $f $f.0 && cp $f $f.1; done",
+     0, "Corrected 3 of 3"},
+    {"TOOL autosetup -v --in-place --backup D/m.jpg D/m.png D/m.tif && for f in D/m.*[gf]; do "
+     "cmp $f $f.1 || exit 1; done",
+     0,
+     "m.jpg: skipped: already corrected (marked by zkimgset " ZKIMGSET_CLI_VERSION ")|"
+     "m.png: skipped: already corrected|m.tif: skipped: already corrected"},
+    {"TOOL autosetup --in-place --backup --force D/m.jpg D/m.png D/m.tif && for f in D/m.*[gf]; do "
+     "cmp $f~ $f.0 || exit 1; done",
+     0, "Corrected 3 of 3"},
+};
 
-TEST_P(ToolUsage, MistakesExitWithTwoAndSayWhy) {
-  const ToolRun run = run_tool(GetParam().arguments);
-  EXPECT_EQ(run.status, 2) << run.output;
-  EXPECT_NE(run.output.find(GetParam().expected), std::string::npos) << run.output;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Mistakes, ToolUsage,
-    ::testing::Values(Usage{"", "Usage: zkimgset COMMAND"},
-                      Usage{"frobnicate", "unknown command 'frobnicate'"},
-                      Usage{"autosetup a.jpg", "say where to write"},
-                      Usage{"autosetup a.jpg b.jpg -o c.jpg", "use --out-dir for 2 pictures"},
-                      Usage{"autosetup a.jpg -o b.jpg --level 200",
-                            "--level: 200 is outside 70..130"},
-                      Usage{"autosetup a.jpg -o b.jpg --mode 0xZZ", "not a hexadecimal number"},
-                      Usage{"autosetup a.jpg -o b.jpg --bogus", "unknown option --bogus"},
-                      Usage{"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", "three numbers"},
-                      Usage{"convert --op vorn2ta --shift 1,2,3 a.jpg -o b.jpg", "no --shift"},
-                      Usage{"autosetup a.jpg -o b.dat", "cannot tell the output format"},
-                      Usage{"autosetup a.jpg -o b.png --format tiff", "does not match"},
-                      Usage{"autosetup a.jpg --in-place --format png", "--format does not go"},
-                      Usage{"autosetup a.jpg --out-dir d --backup", "go with --in-place"},
-                      Usage{"autosetup a.jpg --in-place --no-clobber", "does not go with"},
-                      Usage{"autosetup - - -o x.jpg", "read once"},
-                      Usage{"autosetup - --out-dir d", "needs -o OUT"}));
-
-TEST(ToolInfo, VersionAndHelpSucceed) {
-  for (const char* arguments : {"--version", "--help", "autosetup --help", "analyse --help",
-                                "convert --help", "tables --help"}) {
-    const ToolRun run = run_tool(arguments);
-    EXPECT_EQ(run.status, 0) << arguments << "\n" << run.output;
-    EXPECT_FALSE(run.output.empty()) << arguments;
-  }
-}
-
-}  // namespace
-}  // namespace zkcli
-
-namespace zkcli {
-namespace {
-
-TEST_F(Tool, TablesNamesTheFirstBadLine) {
+TEST_F(Tool, CommandLinesWithTheirStatusMessagesAndFiles) {
+  const std::string in = write_jpeg("in.jpg", 320, 240);
+  const std::string original = slurp(in);
+  spit(path("text.jpg"), "just some text, not a picture\n");
+  spit(path("truncated.jpg"), original.substr(0, original.size() / 2));
+  write_jpeg("small.jpg", 100, 80);
+  spit(path("empty.png"), "");
+  fs::create_symlink("/dev/null", path("device.jpg"));
+  std::string damaged = original;
+  damaged.insert(damaged.find("\xFF\xDB"), std::string("\0\0", 2));
+  spit(path("damaged.jpg"), damaged);
+  fs::create_directories(path("in/sub"));
+  write_jpeg("in/a.jpg", 320, 240);
+  write_jpeg("in/sub/b.jpg", 320, 240);
+  spit(path("in/notes.txt"), "not a picture");
+  spit(path("taken.jpg"), "keep me");
   std::string good = "1D\n", bad = "1D\n";
   for (int i = 0; i < 256; ++i) {
-    const std::string n = std::to_string(i);
-    good += n + "," + n + "," + n + "," + n + "\n";
-    bad += i == 3 ? "3,3\n" : n + "," + n + "," + n + "," + n + "\n";
+    const std::string n = std::to_string(i), record = n + "," + n + "," + n + "," + n + "\n";
+    good += record;
+    bad += i == 3 ? "3,3\n" : record;
   }
   spit(path("good.dat"), good);
   spit(path("bad.dat"), bad);
   spit(path("short.dat"), good.substr(0, good.size() - 1));
-  ToolRun run = run_tool("tables " + path("good.dat"));
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("1-D table, 256 records"), std::string::npos) << run.output;
-  run = run_tool("tables " + path("bad.dat") + " " + path("short.dat"));
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("line 5: malformed record \"3,3\""), std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("no line feed at the end"), std::string::npos) << run.output;
-  run = run_tool("tables");
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("ZK3DDATA.DAT: library status 0"), std::string::npos) << run.output;
+  fs::create_directories(path("w"));
+  Picture flat = test_picture(200, 150, Format::Jpeg), busy = test_picture(240, 180, Format::Jpeg);
+  std::fill(flat.rgb.begin(), flat.rgb.end(), 128);
+  for (std::size_t i = 0; i < busy.rgb.size(); ++i)
+    busy.rgb[i] = static_cast<std::uint8_t>((i * 7919) % 251);
+  write("w/a-flat.jpg", flat);
+  write("w/b-busy.jpg", busy);
+  for (int i = 0; i < 4; ++i)
+    write_jpeg("w/p" + std::to_string(i) + ".jpg", 300 + 20 * i, 200, 10 * i);
+  for (const Format format : {Format::Jpeg, Format::Png, Format::Tiff}) {
+    const std::string name = std::string("m") + format_extension(format);
+    spit(path(name + ".0"), slurp(write(name, test_picture(320, 240, format), format)));
+  }
+
+  for (const Row& row : kFileRows) {
+    const ToolRun run = run_shell(
+        replaced(replaced(row.command, "D/", dir_.string() + "/"), "TOOL", ZKIMGSET_TEST_TOOL));
+    EXPECT_EQ(run.status, row.status) << row.command << "\n" << run.output;
+    if (!*row.expected) {
+      EXPECT_EQ(run.output, "") << row.command;
+    }
+    for (std::string left = row.expected; !left.empty();) {
+      const std::string fragment = left.substr(0, left.find('|'));
+      left.erase(0, std::min(left.size(), fragment.size() + 1));
+      EXPECT_NE(run.output.find(fragment), std::string::npos) << row.command << "\n" << run.output;
+    }
+    // No temporary file is ever left behind.
+    for (const auto& e : fs::recursive_directory_iterator(dir_))
+      EXPECT_NE(e.path().filename().string()[0], '.') << row.command << ": " << e.path();
+  }
+  EXPECT_TRUE(slurp(in) == original) << "the input was overwritten";
+  for (const char* name : {"m.jpg", "m.png", "m.tif"})
+    EXPECT_EQ(correction_mark(decode_picture(slurp(path(name)), kMaxSide)),
+              "zkimgset " ZKIMGSET_CLI_VERSION)
+        << name;
 }
 
-TEST_F(Tool, AnalyseReportsTheRecordAndDumps) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  ToolRun run = run_tool("analyse --json " + in + " --dump " + path("dump"));
-  ASSERT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("\"tone\":[0,"), std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("\"yy_select\":"), std::string::npos) << run.output;
-  EXPECT_EQ(fs::file_size(path("dump/in_ThumbYCC128x92.raw")), 128u * 92 * 3);
-  // Several pictures, one JSON line each; standard input is a picture too.
-  run = run_tool("analyse --json " + in + " - < " + in);
-  ASSERT_EQ(run.status, 0) << run.output;
-  EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 2) << run.output;
-  EXPECT_NE(run.output.find("{\"file\":\"-\""), std::string::npos) << run.output;
-  run = run_tool("convert --op balance --shift 2,0,-2 " + in + " -o " + path("c.jpg"));
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_TRUE(fs::exists(path("c.jpg")));
-}
-
-// A JPEG segment: marker, length, body.
-std::string jpeg_segment(unsigned marker, const std::string& body) {
-  const std::size_t length = body.size() + 2;
-  return std::string{'\xFF', static_cast<char>(marker), static_cast<char>(length >> 8),
-                     static_cast<char>(length & 0xFF)} +
-         body;
-}
-
-TEST_F(Tool, OutputFormatFollowsTheNameOrFormat) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  const struct {
-    const char* arguments;
-    Format expected;
-  } cases[] = {{"-o OUT.png", Format::Png},
-               {"-o OUT.TIF", Format::Tiff},
-               {"-o OUT.jpeg", Format::Jpeg},
-               {"-o OUT.dat --format tiff", Format::Tiff}};
-  for (const auto& c : cases) {
-    std::string arguments = c.arguments;
-    arguments.replace(arguments.find("OUT"), 3, path("out"));
-    const std::string out = arguments.substr(3, arguments.find(' ', 3) - 3);
-    const ToolRun run = run_tool("autosetup " + in + " " + arguments);
-    ASSERT_EQ(run.status, 0) << c.arguments << "\n" << run.output;
-    const Picture written = decode_picture(slurp(out), kMaxSide);
-    EXPECT_EQ(written.format, c.expected) << c.arguments;
-    EXPECT_EQ(written.width, 320) << c.arguments;
+TEST(ToolUsage, MistakesExitWithTwoAndSayWhyHelpSucceeds) {
+  constexpr Row kRows[] = {
+      {"", 2, "Usage: zkimgset COMMAND"},
+      {"frobnicate", 2, "unknown command 'frobnicate'"},
+      {"autosetup a.jpg", 2, "say where to write"},
+      {"autosetup a.jpg b.jpg -o c.jpg", 2, "use --out-dir for 2 pictures"},
+      {"autosetup a.jpg -o b.jpg --level 200", 2, "--level: 200 is outside 70..130"},
+      {"autosetup a.jpg -o b.jpg --mode 0xZZ", 2, "not a hexadecimal number"},
+      {"autosetup a.jpg -o b.jpg --bogus", 2, "unknown option --bogus"},
+      {"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", 2, "three numbers"},
+      {"convert --op vorn2ta --shift 1,2,3 a.jpg -o b.jpg", 2, "no --shift"},
+      {"autosetup a.jpg -o b.dat", 2, "cannot tell the output format"},
+      {"autosetup a.jpg -o b.png --format tiff", 2, "does not match"},
+      {"autosetup a.jpg --in-place --format png", 2, "--format does not go"},
+      {"autosetup a.jpg --out-dir d --backup", 2, "go with --in-place"},
+      {"autosetup a.jpg --in-place --no-clobber", 2, "does not go with"},
+      {"autosetup - - -o x.jpg", 2, "read once"},
+      {"autosetup - --out-dir d", 2, "needs -o OUT"},
+      {"--version", 0, "zkimgset " ZKIMGSET_CLI_VERSION " (library "},
+      {"--help", 0, "Usage: zkimgset COMMAND"},
+      {"autosetup --help", 0, "Usage: zkimgset autosetup"},
+      {"analyse --help", 0, "Usage: zkimgset analyse"},
+      {"convert --help", 0, "Usage: zkimgset convert"},
+      {"tables --help", 0, "Usage: zkimgset tables"},
+  };
+  for (const Row& row : kRows) {
+    const ToolRun run = run_tool(row.command);
+    EXPECT_EQ(run.status, row.status) << row.command << "\n" << run.output;
+    EXPECT_NE(run.output.find(row.expected), std::string::npos) << row.command << "\n"
+                                                                << run.output;
   }
 }
 
 // Each format's metadata written back byte for byte: JPEG segments in their
 // order (and no JFIF header put before Exif), PNG chunks before and after
-// the image data, TIFF tags and the Exif directory libtiff cannot write.
-TEST_F(Tool, MetadataKeptByteForByte) {
+// the image data and transparency, TIFF tags and the Exif directory libtiff
+// cannot write.
+TEST_F(Tool, CorrectsAndKeepsMetadataByteForByte) {
   Picture jpeg = test_picture(320, 240, Format::Jpeg);
   const std::string xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF/></x:xmpmeta>";
   jpeg.meta.jpeg_segments = {
@@ -347,20 +278,24 @@ TEST_F(Tool, MetadataKeptByteForByte) {
       jpeg_segment(0xE2, std::string("ICC_PROFILE\0\x01\x01", 14) + "profile bytes"),
       jpeg_segment(0xED, std::string("Photoshop 3.0\0", 14) + "8BIM\x04\x04 iptc"),
       jpeg_segment(0xFE, "a comment")};
-  spit(path("in.jpg"), encode_picture(jpeg, Format::Jpeg, {90, ""}));
-
+  write("in.jpg", jpeg);
   Picture png = test_picture(200, 150, Format::Png);
+  png.alpha.resize(200 * 150);
+  for (std::size_t i = 0; i < png.alpha.size(); ++i)
+    png.alpha[i] = static_cast<std::uint8_t>(i * 7);
   png.meta.png_chunks_before = {std::string("tEXtTitle\0Harbour", 17),
                                 std::string("eXIf") + exif_segment().substr(10)};
   png.meta.png_chunks_after = {std::string("tIME\x07\xE9\x01\x02\x03\x04\x05", 11),
                                std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp};
-  spit(path("in.png"), encode_picture(png, Format::Png, {}));
+  write("in.png", png, Format::Png);
 
   for (const char* name : {"in.jpg", "in.png"}) {
     const ToolRun run = run_tool("autosetup " + path(name) + " --out-dir " + path("out"));
     ASSERT_EQ(run.status, 0) << run.output;
     const Picture before = decode_picture(slurp(path(name)), kMaxSide);
     const Picture after = decode_picture(slurp(path(std::string("out/") + name)), kMaxSide);
+    EXPECT_EQ(after.width, before.width) << name;
+    EXPECT_EQ(after.alpha, before.alpha) << name;
     EXPECT_EQ(after.meta.jpeg_segments, before.meta.jpeg_segments) << name;
     EXPECT_EQ(after.meta.png_chunks_before, before.meta.png_chunks_before) << name;
     EXPECT_EQ(after.meta.png_chunks_after, before.meta.png_chunks_after) << name;
@@ -368,11 +303,11 @@ TEST_F(Tool, MetadataKeptByteForByte) {
   }
   EXPECT_EQ(decode_picture(slurp(path("in.jpg")), kMaxSide).meta.jpeg_segments.size(), 5u);
   EXPECT_EQ(slurp(path("out/in.jpg")).substr(2, 2), "\xFF\xE1");
+  EXPECT_NE(decode_picture(slurp(path("out/in.jpg")), kMaxSide).rgb, jpeg.rgb) << "not corrected";
 
   // A camera TIFF with Exif, IPTC and XMP.
   const std::string tiff = std::string(ZKIMGSET_TEST_DATA_DIR) + "/exif/real/ev_Reagan.tiff";
-  const ToolRun run = run_tool("autosetup " + tiff + " -o " + path("out.tif"));
-  ASSERT_EQ(run.status, 0) << run.output;
+  ASSERT_EQ(run_tool("autosetup " + tiff + " -o " + path("out.tif")).status, 0);
   const Picture before = decode_picture(slurp(tiff), kMaxSide);
   const Picture after = decode_picture(slurp(path("out.tif")), kMaxSide);
   ASSERT_TRUE(before.meta.tiff.exif && after.meta.tiff.exif);
@@ -388,133 +323,6 @@ TEST_F(Tool, MetadataKeptByteForByte) {
   // The library still finds the shooting values in the copied directory.
   EXPECT_NE(run_tool("analyse " + path("out.tif")).output.find("NIKON CORPORATION NIKON D1X"),
             std::string::npos);
-
-  // Across formats: Exif from a JPEG into a TIFF's tags and back.
-  ASSERT_EQ(run_tool("autosetup " + path("in.jpg") + " -o " + path("x.tif")).status, 0);
-  const Picture tiff_out = decode_picture(slurp(path("x.tif")), kMaxSide);
-  EXPECT_EQ(tiff_out.meta.tiff.texts,
-            (std::vector<std::pair<std::uint32_t, std::string>>{{271, "Test"}}));
-  ASSERT_EQ(run_tool("autosetup " + path("x.tif") + " -o " + path("x.jpg")).status, 0);
-  EXPECT_NE(decode_picture(slurp(path("x.jpg")), kMaxSide).meta.exif.find("Test"),
-            std::string::npos);
-}
-
-// TIFF layouts a lab meets, made by ImageMagick: each is read (16 bits
-// through 8) and written as 8-bit RGB in the input's compression.
-TEST_F(Tool, TiffLayoutsAreReadAndKeepTheirCompression) {
-  if (std::system("convert -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no ImageMagick";
-  const std::string source = write_jpeg("source.jpg", 320, 240);
-  const struct {
-    const char* name;
-    const char* options;
-    std::uint16_t compression;
-  } layouts[] = {{"rgb16-lzw", "-depth 16 -compress lzw", 5},
-                 {"grey8-zip", "-colorspace gray -compress zip", 8},
-                 {"grey16-none", "-colorspace gray -depth 16 -compress none", 1},
-                 {"tiled-lzw", "-define tiff:tile-geometry=64x64 -compress lzw", 5}};
-  for (const auto& l : layouts) {
-    const std::string in = path(std::string(l.name) + ".tif");
-    ASSERT_EQ(std::system(("convert " + source + " " + l.options + " " + in).c_str()), 0);
-    const ToolRun run = run_tool("autosetup " + in + " -o " + path("out.tif"));
-    ASSERT_EQ(run.status, 0) << l.name << "\n" << run.output;
-    const Picture out = decode_picture(slurp(path("out.tif")), kMaxSide);
-    EXPECT_EQ(out.width, 320) << l.name;
-    EXPECT_EQ(out.meta.tiff.compression, l.compression) << l.name;
-  }
-}
-
-// libjpeg's warnings that lose no picture data are reported and the picture
-// corrected; a truncated file still fails (ToolBadInput).
-TEST_F(Tool, HarmlessJpegWarningIsReportedNotFatal) {
-  std::string bytes = slurp(write_jpeg("in.jpg", 320, 240));
-  const std::size_t dqt = bytes.find("\xFF\xDB");
-  ASSERT_NE(dqt, std::string::npos);
-  bytes.insert(dqt, std::string("\0\0", 2));
-  spit(path("damaged.jpg"), bytes);
-  const ToolRun run = run_tool("autosetup " + path("damaged.jpg") + " -o " + path("out.jpg"));
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("2 extraneous bytes before marker 0xdb"), std::string::npos)
-      << run.output;
-  EXPECT_TRUE(fs::exists(path("out.jpg")));
-}
-
-// Standard input and output: only the picture goes to standard output.
-TEST_F(Tool, StreamsCarryOnlyThePicture) {
-  const std::string in = write_jpeg("in.jpg", 320, 240);
-  ToolRun run = run_tool(
-      "autosetup - -o - --format png < " + in + " > " + path("out.png") + " 2> " + path("messages"),
-      false);
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(decode_picture(slurp(path("out.png")), kMaxSide).format, Format::Png);
-  EXPECT_NE(slurp(path("messages")).find("Corrected 1 of 1"), std::string::npos);
-  run = run_tool("autosetup - -o " + path("from-stdin.jpg") + " < /dev/null");
-  EXPECT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("standard input is a character device"), std::string::npos)
-      << run.output;
-}
-
-// Folders: what is not a picture and what lies in sub-folders is counted
-// and named; -r takes sub-folders and mirrors them.
-TEST_F(Tool, FoldersAccountForEveryFile) {
-  fs::create_directories(path("in/sub"));
-  write_jpeg("in/a.jpg", 320, 240);
-  write_jpeg("in/sub/b.jpg", 320, 240);
-  spit(path("in/notes.txt"), "not a picture");
-  ToolRun run = run_tool("autosetup " + path("in") + " --out-dir " + path("flat"));
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("2 skipped: 1 in sub-folders, 1 not pictures; use -r"),
-            std::string::npos)
-      << run.output;
-  run = run_tool("autosetup -r " + path("in") + " --out-dir " + path("deep") + " --json");
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_TRUE(fs::exists(path("deep/sub/b.jpg")));
-  EXPECT_NE(run.output.find("\"type\":\"run\",\"pictures\":2,\"corrected\":2,\"unchanged\":0,"
-                            "\"failed\":0,\"skipped\":1"),
-            std::string::npos)
-      << run.output;
-  // Quiet: nothing when nothing fails.
-  run = run_tool("autosetup -q " + path("in/a.jpg") + " -o " + path("q.jpg"));
-  EXPECT_EQ(run.output, "");
-}
-
-// Re-runs: an in-place run marks what it corrected and skips it next time
-// (unless --force); --backup keeps the first original; --no-clobber leaves
-// existing outputs alone.
-TEST_F(Tool, RunningTwiceDoesNotCorrectTwice) {
-  // The mark lives in XMP (JPEG, TIFF) or a text chunk (PNG).
-  for (const Format format : {Format::Jpeg, Format::Png, Format::Tiff}) {
-    const std::string in = path(std::string("in") + format_extension(format));
-    Picture p = test_picture(320, 240, format);
-    spit(in, encode_picture(p, format, {90, ""}));
-    const std::string original = slurp(in);
-    ToolRun run = run_tool("autosetup --in-place --backup " + in);
-    ASSERT_EQ(run.status, 0) << run.output;
-    const std::string once = slurp(in);
-    EXPECT_TRUE(once != original) << in;
-    EXPECT_TRUE(slurp(in + "~") == original) << in;
-    EXPECT_EQ(correction_mark(decode_picture(once, kMaxSide)), "zkimgset " ZKIMGSET_CLI_VERSION)
-        << in;
-    run = run_tool("autosetup --in-place --backup " + in);
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("already corrected (marked by zkimgset"), std::string::npos)
-        << run.output;
-    EXPECT_TRUE(slurp(in) == once) << in;
-    run = run_tool("autosetup --in-place --backup --force " + in);
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("Corrected 1 of 1"), std::string::npos) << run.output;
-    EXPECT_EQ(correction_mark(decode_picture(slurp(in), kMaxSide)),
-              "zkimgset " ZKIMGSET_CLI_VERSION)
-        << in;
-    EXPECT_TRUE(slurp(in + "~") == original) << in;
-  }
-
-  const std::string other = write_jpeg("other.jpg", 320, 240, 5);
-  spit(path("taken.jpg"), "keep me");
-  const ToolRun run = run_tool("autosetup " + other + " -o " + path("taken.jpg") + " --no-clobber");
-  EXPECT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("1 skipped: 1 outputs exist (--no-clobber)"), std::string::npos)
-      << run.output;
-  EXPECT_EQ(slurp(path("taken.jpg")), "keep me");
 }
 
 }  // namespace

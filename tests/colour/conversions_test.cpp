@@ -16,7 +16,7 @@
 namespace zkimgset::colour {
 namespace {
 
-using autosetup::Layout;
+using geometry::Layout;
 using testing::TestPicture;
 
 class Conversions : public ::testing::Test {

@@ -10,6 +10,7 @@
 #include "colour/interpolate3d.h"
 #include "colour/perceptual_space.h"
 #include "colour/table_limits.h"
+#include "maths/linear_light.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -59,7 +60,7 @@ TEST(BlendWeight, FollowsTheRangeOnlyForTheServiceModes) {
                              {31, 0, 200, 0.8},  {31, 0, 240, 1.0},  {31, 1, 50, 1.0},
                              {0xDF, 0, 50, 1.0}, {0x1B, 0, 150, 0.5}};
   for (const BlendCase& c : cases) {
-    autosetup::AnalysisState a;
+    Correction a;
     a.bk_clp = 5;
     a.wt_clp = static_cast<std::int16_t>(5 + c.range);
     LibraryState library;
@@ -84,7 +85,7 @@ class SetupTable : public ::testing::Test {
   }
   std::vector<std::uint8_t> main_, alt_;
   LibraryState library_;
-  autosetup::AnalysisState analysis_;
+  Correction analysis_;
 };
 
 int input(int n) { return n == 0 ? 0 : 8 * n + 7; }
@@ -149,39 +150,35 @@ TEST_F(SetupTable, NoCorrectionGivesTheFileTableOrTheIdentity) {
 // go stale.
 struct InputChange {
   const char* name;
-  void (*change)(LibraryState&, autosetup::AnalysisState&);
+  void (*change)(LibraryState&, Correction&);
 };
 
 TEST(SetupTableCache, EveryInputChangeGivesWhatAFreshBuildGives) {
   const InputChange changes[] = {
-      {"tone", [](LibraryState&, autosetup::AnalysisState& a) { a.tone[100] = 140; }},
-      {"saturation", [](LibraryState&, autosetup::AnalysisState& a) { a.sat_coef[20] = 1400; }},
-      {"gain", [](LibraryState&, autosetup::AnalysisState& a) { a.gain[1] = 1.2f; }},
-      {"small picture", [](LibraryState& l, autosetup::AnalysisState&) { l.setup_mode |= 0x80; }},
-      {"no set-up", [](LibraryState& l, autosetup::AnalysisState&) { l.setup_mode = 0; }},
-      {"shift C", [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.SetupAdjustC = 3; }},
-      {"shift D", [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.SetupAdjustD = -3; }},
-      {"balance step",
-       [](LibraryState& l, autosetup::AnalysisState&) { l.adjust.BalanceStep2 = 9; }},
-      {"skip 3-D table", [](LibraryState& l, autosetup::AnalysisState&) { l.ColorConvMode = 1; }},
-      {"skip 1-D table", [](LibraryState& l, autosetup::AnalysisState&) { l.ColorConvMode = 2; }},
+      {"tone", [](LibraryState&, Correction& a) { a.tone[100] = 140; }},
+      {"saturation", [](LibraryState&, Correction& a) { a.sat_coef[20] = 1400; }},
+      {"gain", [](LibraryState&, Correction& a) { a.gain[1] = 1.2f; }},
+      {"small picture", [](LibraryState& l, Correction&) { l.setup_mode |= 0x80; }},
+      {"no set-up", [](LibraryState& l, Correction&) { l.setup_mode = 0; }},
+      {"shift C", [](LibraryState& l, Correction&) { l.adjust.SetupAdjustC = 3; }},
+      {"shift D", [](LibraryState& l, Correction&) { l.adjust.SetupAdjustD = -3; }},
+      {"balance step", [](LibraryState& l, Correction&) { l.adjust.BalanceStep2 = 9; }},
+      {"skip 3-D table", [](LibraryState& l, Correction&) { l.ColorConvMode = 1; }},
+      {"skip 1-D table", [](LibraryState& l, Correction&) { l.ColorConvMode = 2; }},
       {"1-D table bytes",
-       [](LibraryState& l, autosetup::AnalysisState&) {
+       [](LibraryState& l, Correction&) {
          for (int v = 0; v < 256; ++v) l.Table1d[3 * v] = static_cast<std::uint8_t>(v / 2);
        }},
       {"3-D table bytes",
-       [](LibraryState& l, autosetup::AnalysisState&) {
-         l.ColorTable3dAlt[((20 * 32 + 20) * 32 + 20) * 3] = 9;
-       }},
-      {"white clip", [](LibraryState&, autosetup::AnalysisState& a) { a.wt_clp = 250; }},
-      {"service ran", [](LibraryState& l, autosetup::AnalysisState&) { l.service_setup_ran = 1; }},
-      {"level stretch",
-       [](LibraryState& l, autosetup::AnalysisState&) { l.colour.white[0] = 200; }},
+       [](LibraryState& l, Correction&) { l.ColorTable3dAlt[((20 * 32 + 20) * 32 + 20) * 3] = 9; }},
+      {"white clip", [](LibraryState&, Correction& a) { a.wt_clp = 250; }},
+      {"service ran", [](LibraryState& l, Correction&) { l.service_setup_ran = 1; }},
+      {"level stretch", [](LibraryState& l, Correction&) { l.colour.white[0] = 200; }},
   };
   for (const InputChange& change : changes) {
     std::vector<std::uint8_t> main(kTable3dBytes), alt(kTable3dBytes), table1d(kTable1dBytes);
     LibraryState library;
-    autosetup::AnalysisState analysis;
+    Correction analysis;
     library.ColorTable3dMain = main.data();
     library.ColorTable3dAlt = alt.data();
     library.Table1d = table1d.data();

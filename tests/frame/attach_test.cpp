@@ -42,82 +42,53 @@ const std::string kDefaultTables = ZKIMGSET_TEST_TABLE_DIR "/";
 
 int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
 
-TEST(Attach, LoadsTheDefaultTablesBesideTheLibrary) {
-  testing::LibraryFolderScope scope(kDefaultTables);
-  LibraryState state;
-  CountingAllocator allocator;
-  attach(state, allocator);
-  EXPECT_EQ(state.StartupStatus, 0);
-  EXPECT_EQ(state.Table3dStatus, 0);
-  EXPECT_EQ(state.Table1dStatus, 0);
-  // Identity tables: every node holds its own input, every 1-D row its level.
-  for (int n = 0; n < 32; ++n) {
-    const std::size_t at = ((static_cast<std::size_t>(n) * 32 + (31 - n)) * 32 + n / 2) * 3;
-    EXPECT_EQ(state.ColorTable3dAlt[at], node_input(n));
-    EXPECT_EQ(state.ColorTable3dAlt[at + 1], node_input(31 - n));
-    EXPECT_EQ(state.ColorTable3dAlt[at + 2], node_input(n / 2));
-  }
-  for (int level = 0; level < 256; ++level)
-    for (int c = 0; c < 3; ++c) ASSERT_EQ(state.Table1d[3 * level + c], level);
-  detach(state);
-  EXPECT_EQ(allocator.calls(), 3);
-  EXPECT_EQ(allocator.live(), 0u);
-  EXPECT_EQ(state.ColorTable3dAlt, nullptr);
-}
-
-TEST(Attach, MissingTablesSetTheirStatusesButStartUpSucceeds) {
+// Each allocation failing in turn skips the later ones; a second attach
+// keeps the buffers that exist; detach releases everything.
+TEST(Attach, LoadsTablesSurvivesFailedAllocationsAndReleasesEverything) {
   testing::TempFolder empty;
-  testing::LibraryFolderScope scope(empty.slashed());
-  LibraryState state;
-  attach(state, platform::system_allocator());
-  EXPECT_EQ(state.StartupStatus, 0);
-  EXPECT_EQ(state.Table3dStatus, 18);
-  EXPECT_EQ(state.Table1dStatus, 17);
-  detach(state);
-}
-
-struct AllocationFailure {
-  int fail_at;
-  int calls_made;  // later allocations are skipped
-  int table3d_status, table1d_status;
-};
-
-class AttachFailure : public ::testing::TestWithParam<AllocationFailure> {};
-
-TEST_P(AttachFailure, SetsStartupStatusThreeAndSkipsTheRest) {
-  const AllocationFailure c = GetParam();
-  testing::LibraryFolderScope scope(kDefaultTables);
-  LibraryState state;
-  std::memset(state.MakerText1, 'M', sizeof state.MakerText1);
-  std::memset(state.MakerText2, 'm', sizeof state.MakerText2);
-  CountingAllocator allocator(c.fail_at);
-  attach(state, allocator);
-  EXPECT_EQ(state.StartupStatus, ZKIMGSET_OUT_OF_MEMORY);
-  EXPECT_EQ(allocator.calls(), c.calls_made);
-  EXPECT_EQ(state.Table3dStatus, c.table3d_status);
-  EXPECT_EQ(state.Table1dStatus, c.table1d_status);
-  EXPECT_EQ(state.MakerText1[0], 0);
-  EXPECT_EQ(state.MakerText2[259], 0);
-  detach(state);
-  EXPECT_EQ(allocator.live(), 0u);
-}
-
-INSTANTIATE_TEST_SUITE_P(EachAllocation, AttachFailure,
-                         ::testing::Values(AllocationFailure{1, 1, -1, -1},
-                                           AllocationFailure{2, 2, -1, -1},
-                                           AllocationFailure{3, 3, 0, -1}));
-
-TEST(Attach, KeepsBuffersThatAlreadyExist) {
-  testing::LibraryFolderScope scope(kDefaultTables);
-  LibraryState state;
-  CountingAllocator allocator;
-  attach(state, allocator);
-  std::uint8_t* main_table = state.ColorTable3dMain;
-  attach(state, allocator);
-  EXPECT_EQ(allocator.calls(), 3);
-  EXPECT_EQ(state.ColorTable3dMain, main_table);
-  detach(state);
-  EXPECT_EQ(allocator.live(), 0u);
+  const struct {
+    bool tables;  // the default tables beside the library, or none
+    int fail_at, calls;
+    int startup, table3d, table1d;
+  } cases[] = {{true, 0, 3, 0, 0, 0},
+               {false, 0, 3, 0, 18, 17},
+               {true, 1, 1, ZKIMGSET_OUT_OF_MEMORY, -1, -1},
+               {true, 2, 2, ZKIMGSET_OUT_OF_MEMORY, -1, -1},
+               {true, 3, 3, ZKIMGSET_OUT_OF_MEMORY, 0, -1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.fail_at);
+    testing::LibraryFolderScope scope(c.tables ? kDefaultTables : empty.slashed());
+    LibraryState state;
+    std::memset(state.MakerText1, 'M', sizeof state.MakerText1);
+    std::memset(state.MakerText2, 'm', sizeof state.MakerText2);
+    CountingAllocator allocator(c.fail_at);
+    attach(state, allocator);
+    if (c.fail_at == 0) {
+      std::uint8_t* main_table = state.ColorTable3dMain;
+      attach(state, allocator);
+      EXPECT_EQ(state.ColorTable3dMain, main_table);
+    }
+    EXPECT_EQ(allocator.calls(), c.calls);
+    EXPECT_EQ(state.StartupStatus, c.startup);
+    EXPECT_EQ(state.Table3dStatus, c.table3d);
+    EXPECT_EQ(state.Table1dStatus, c.table1d);
+    EXPECT_EQ(state.MakerText1[0], 0);
+    EXPECT_EQ(state.MakerText2[259], 0);
+    if (c.tables && c.fail_at == 0) {
+      // Identity tables: every node holds its own input, every 1-D row its level.
+      for (int n = 0; n < 32; ++n) {
+        const std::size_t at = ((static_cast<std::size_t>(n) * 32 + (31 - n)) * 32 + n / 2) * 3;
+        EXPECT_EQ(state.ColorTable3dAlt[at], node_input(n));
+        EXPECT_EQ(state.ColorTable3dAlt[at + 1], node_input(31 - n));
+        EXPECT_EQ(state.ColorTable3dAlt[at + 2], node_input(n / 2));
+      }
+      for (int level = 0; level < 256; ++level)
+        for (int ch = 0; ch < 3; ++ch) ASSERT_EQ(state.Table1d[3 * level + ch], level);
+    }
+    detach(state);
+    EXPECT_EQ(allocator.live(), 0u);
+    EXPECT_EQ(state.ColorTable3dAlt, nullptr);
+  }
 }
 
 }  // namespace

@@ -16,15 +16,11 @@
 
 namespace {
 
-TEST(SharedLibrary, FindsItsDefaultTablesBesideIt) {
+TEST(SharedLibrary, LoadsTablesByNameAndReportsMissingOnesWithTheirCodes) {
   EXPECT_EQ(Set3dFile(nullptr), ZKIMGSET_OK);
   EXPECT_EQ(Set3dFile("ZK3DDATA.DAT"), ZKIMGSET_OK);
   EXPECT_EQ(Set1dFile("ZK1DDATA.DAT"), ZKIMGSET_OK);
   EXPECT_EQ(Set3dFile_old("ZK3DDATA.DAT"), ZKIMGSET_OK);
-  EXPECT_EQ(Set3dFile(nullptr), ZKIMGSET_OK);
-}
-
-TEST(SharedLibrary, ReportsMissingTablesWithTheirCodes) {
   EXPECT_EQ(Set3dFile("NO-SUCH.DAT"), ZKIMGSET_TABLE3D_FAILED);
   EXPECT_EQ(Set3dFile_old("NO-SUCH.DAT"), ZKIMGSET_TABLE3D_FAILED);
   EXPECT_EQ(Set1dFile(nullptr), ZKIMGSET_TABLE1D_FAILED);
@@ -32,6 +28,7 @@ TEST(SharedLibrary, ReportsMissingTablesWithTheirCodes) {
   EXPECT_EQ(Load3dpFile("/no-such-table.3dp"), ZKIMGSET_NOT_LOADED);
   EXPECT_EQ(SetColorConvMode(0xFFFF), ZKIMGSET_OK);
   EXPECT_EQ(SetColorConvMode(3), ZKIMGSET_OK);
+  EXPECT_EQ(Set3dFile(nullptr), ZKIMGSET_OK);
 }
 
 TEST(SharedLibrary, RecordFunctionsWorkThroughTheirExports) {
@@ -64,28 +61,20 @@ constexpr const char* kLibraryName = "ZKImgSet.dll";
 constexpr const char* kLibraryName = "libzkimgset.so";
 #endif
 
-// A copy of the library in a folder of its own, loaded as a host would.
-class LibraryCopy : public zkimgset::testing::LoadedLibrary {
- public:
-  explicit LibraryCopy(const zkimgset::testing::TempFolder& folder)
-      : LoadedLibrary(copy_into(folder)) {}
-
- private:
-  static std::string copy_into(const zkimgset::testing::TempFolder& folder) {
-    const auto path = folder.path() / kLibraryName;
-    std::filesystem::copy_file(std::filesystem::canonical(ZKIMGSET_TEST_LIBRARY), path);
-    return path.string();
-  }
-};
-
-TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
-  // A copy loaded now is fresh whatever the tests before this one stored.
+// A copy of the library in a folder of its own, loaded as a host would: fresh
+// whatever the tests before stored, and with no tables beside it until
+// they are copied there.
+TEST(SharedLibrary, FreshCopyDumpsItsStartValuesAndFindsTablesBesideIt) {
   zkimgset::testing::TempFolder folder;
-  LibraryCopy copy(folder);
+  const auto path = folder.path() / kLibraryName;
+  std::filesystem::copy_file(std::filesystem::canonical(ZKIMGSET_TEST_LIBRARY), path);
+  const zkimgset::testing::LoadedLibrary copy(path.string());
   ASSERT_TRUE(copy.loaded());
   auto* dump = copy.find<void(const char*, const char*, tagRECT*, _ThumbnailData*)>(
       ZKIMGSET_NAME_DUMP_AUTO_SETUP_PARAM);
-  ASSERT_NE(dump, nullptr);
+  auto* set3d = copy.find<int(const char*)>("Set3dFile");
+  auto* set1d = copy.find<int(const char*)>(ZKIMGSET_NAME_SET_1D_FILE);
+  ASSERT_TRUE(dump && set3d && set1d);
   tagRECT rect{0, 0, 127, 91};
   auto thumb = std::make_unique<_ThumbnailData>();
   dump(folder.slashed().c_str(), "fresh", &rect, thumb.get());
@@ -96,19 +85,9 @@ TEST(SharedLibrary, DumpShowsTheStartValuesOfAFreshLibrary) {
   for (const char* raw :
        {"fresh_ThumbYCC128x92.raw", "fresh_ThumbRGB128x92.raw", "fresh_th_yy128x92.raw"})
     EXPECT_TRUE(std::filesystem::exists(folder.path() / raw)) << raw;
-}
 
-TEST(SharedLibrary, CopyWithoutTablesBesideItReportsThemMissing) {
-  zkimgset::testing::TempFolder folder;
-  LibraryCopy copy(folder);
-  ASSERT_TRUE(copy.loaded());
-  auto* set3d = copy.find<int(const char*)>("Set3dFile");
-  auto* set1d = copy.find<int(const char*)>(ZKIMGSET_NAME_SET_1D_FILE);
-  ASSERT_NE(set3d, nullptr);
-  ASSERT_NE(set1d, nullptr);
   EXPECT_EQ(set3d(nullptr), ZKIMGSET_TABLE3D_FAILED);
   EXPECT_EQ(set1d("ZK1DDATA.DAT"), ZKIMGSET_TABLE1D_FAILED);
-
   const std::filesystem::path tables = ZKIMGSET_TEST_TABLE_DIR;
   std::filesystem::copy_file(tables / "ZK1DDATA.DAT", folder.path() / "ZK1DDATA.DAT");
   std::filesystem::copy_file(tables / "ZK3DDATA.DAT", folder.path() / "ZK3DLAB.DAT");

@@ -36,33 +36,38 @@ TEST(Hostile, ConversionBoundsNearTheIntLimitsReturnAtOnce) {
   std::fill(std::begin(record.sat_coef), std::end(record.sat_coef), 1024);
   std::vector<std::uint8_t> pixels(3 * 128 * 92, 90);
   const struct {
-    const char* what;
-    int mode;
+    int mode;  // 1: planar, 0: packed, 2: bitmap rows
     tagRECT area, bounds;
     int status;
   } cases[] = {
-      {"planar bounds of 2^32 x 2^32", 1, {0, 0, 0, 0}, {INT_MIN, INT_MIN, INT_MAX, INT_MAX}, 0},
-      {"planar bounds from INT_MAX to INT_MIN",
-       1,
-       {0, 0, 0, 0},
-       {INT_MAX, INT_MAX, INT_MIN, INT_MIN},
-       0},
-      {"packed area of 2^32 pixels",
-       0,
-       {INT_MIN, 0, INT_MAX, 0},
-       {0, 0, 127, 91},
-       ZKIMGSET_BAD_ARGUMENT},
-      {"bitmap rows of 2^32 pixels",
-       2,
-       {0, INT_MAX, 0, INT_MAX},
-       {INT_MIN, 0, INT_MAX, 0},
-       ZKIMGSET_BAD_ARGUMENT},
+      {1, {0, 0, 0, 0}, {INT_MIN, INT_MIN, INT_MAX, INT_MAX}, 0},  // 2^32 x 2^32 pixels
+      {1, {0, 0, 0, 0}, {INT_MAX, INT_MAX, INT_MIN, INT_MIN}, 0},  // from INT_MAX to INT_MIN
+      {0, {INT_MIN, 0, INT_MAX, 0}, {0, 0, 127, 91}, ZKIMGSET_BAD_ARGUMENT},  // 2^32 pixels
+      {2, {0, INT_MAX, 0, INT_MAX}, {INT_MIN, 0, INT_MAX, 0}, ZKIMGSET_BAD_ARGUMENT},
   };
   for (const auto& c : cases) {
     tagRECT area = c.area, bounds = c.bounds;
     void* data = c.mode == 1 ? static_cast<void*>(&planes) : pixels.data();
     EXPECT_EQ(ImageDataConvertEx(data, 128, 92, c.mode, &record, &area, &bounds), c.status)
-        << c.what;
+        << c.mode;
+  }
+}
+
+// Widths where a 16-bit row length wraps: 21845 pixels pad to 65536 bytes,
+// a row of 0, which once sent RgbBgrConversion into a memset of 2^64 bytes.
+// Each stays inside the caller's buffer (the sanitizer build checks it), and
+// the widest unwrapped width still turns round exactly.
+TEST(Hostile, ByteOrderWidthsWhereTheRowLengthWraps) {
+  for (const int width : {21844, 21845, 43690}) {
+    const std::size_t row = (3 * std::size_t(width) + 3) & ~std::size_t(3);
+    std::vector<std::uint8_t> pixels(row * 3);
+    for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = std::uint8_t(i * 7);
+    std::vector<std::uint8_t> before = pixels;
+    EXPECT_EQ(RgbBgrConversion(pixels.data(), width, 3), 0) << width;
+    EXPECT_EQ(BgrRgbConversion(pixels.data(), width, 3), 0) << width;
+    if (width == 21844) {
+      EXPECT_TRUE(std::equal(pixels.begin(), pixels.begin() + 3 * width * 3, before.begin()));
+    }
   }
 }
 

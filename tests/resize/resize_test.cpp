@@ -20,7 +20,7 @@ namespace {
 
 // A bottom-up padded bitmap of a packed picture.
 std::vector<std::uint8_t> bitmap_of(const testing::TestPicture& p) {
-  const std::size_t stride = bitmap_stride(p.width);
+  const std::size_t stride = zkimgset_bitmap_row_bytes(p.width);
   std::vector<std::uint8_t> out(stride * std::size_t(p.height), 0);
   for (int y = 0; y < p.height; ++y)
     std::copy_n(p.pixel(0, y), 3 * std::size_t(p.width),
@@ -32,7 +32,8 @@ struct Resized {
   ZKImgSetBitmapInfoHeader header;
   std::vector<std::uint8_t> pixels;
   const std::uint8_t* pixel(int x, int y) const {
-    return &pixels[bitmap_stride(header.biWidth) * std::size_t(header.biHeight - 1 - y) +
+    return &pixels[zkimgset_bitmap_row_bytes(header.biWidth) *
+                       std::size_t(header.biHeight - 1 - y) +
                    3 * std::size_t(x)];
   }
 };
@@ -202,7 +203,7 @@ TEST(Resize, EveryKernelGivesItsRecordedBytesOnBothPasses) {
 
 TEST(Resize, RefusesMissingBuffersAndEmptySizes) {
   ZKImgSetBitmapInfoHeader header{40, 10, 10, 1, 24, 0, 0, 0, 0, 0, 0}, out{};
-  std::vector<std::uint8_t> pixels(bitmap_stride(10) * 10);
+  std::vector<std::uint8_t> pixels(zkimgset_bitmap_bytes(10, 10));
   EXPECT_EQ(resize_exec(nullptr, pixels.data(), &out, pixels.data(), 5, 5), ZKIMGSET_BAD_ARGUMENT);
   EXPECT_EQ(resize_exec(&header, pixels.data(), &out, pixels.data(), 0, 5), ZKIMGSET_BAD_ARGUMENT);
   header.biHeight = -10;

@@ -20,7 +20,7 @@
 namespace zkimgset::setup {
 namespace {
 
-using autosetup::Layout;
+using geometry::Layout;
 using testing::TestPicture;
 
 class PixelPass : public ::testing::Test {

@@ -13,8 +13,8 @@ TestPicture::TestPicture(int w, int h, std::function<void(int, int, std::uint8_t
 }
 
 BitmapPicture::BitmapPicture(const TestPicture& source)
-    : picture{nullptr, source.width, source.height, autosetup::Layout::BitmapBgr} {
-  const std::size_t stride = picture.stride();
+    : picture{nullptr, source.width, source.height, geometry::Layout::BitmapBgr} {
+  const std::size_t stride = picture.row_bytes();
   bytes.assign(stride * source.height, 0);
   for (int y = 0; y < source.height; ++y) {
     std::uint8_t* row = &bytes[stride * std::size_t(source.height - 1 - y)];

@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "autosetup/picture.h"
+#include "geometry/picture.h"
 
 namespace zkimgset::testing {
 
@@ -16,15 +16,15 @@ struct TestPicture {
 
   TestPicture(int w, int h, std::function<void(int x, int y, std::uint8_t* rgb)> paint);
   const std::uint8_t* pixel(int x, int y) const { return &rgb[3 * (std::size_t(y) * width + x)]; }
-  autosetup::Picture packed() const {
-    return {rgb.data(), width, height, autosetup::Layout::PackedRgb};
+  geometry::Picture packed() const {
+    return {rgb.data(), width, height, geometry::Layout::PackedRgb};
   }
 };
 
 // The same picture as a bottom-up bitmap; keep it alive while it is read.
 struct BitmapPicture {
   std::vector<std::uint8_t> bytes;
-  autosetup::Picture picture;
+  geometry::Picture picture;
   explicit BitmapPicture(const TestPicture& source);
 };
 

@@ -2,22 +2,22 @@
 // non-white pixel and, only if it has one, from the right for its last: the
 // result is that of a full scan, but a photograph costs two pixels a row and
 // only white rows are read whole.
-#include "autosetup/analysis_area.h"
+#include "geometry/content_rectangle.h"
 
 #include <algorithm>
 
-namespace zkimgset::autosetup {
+namespace zkimgset::geometry {
 namespace {
 
 bool is_white(const std::uint8_t* p) { return p[0] == 255 && p[1] == 255 && p[2] == 255; }
 
 }  // namespace
 
-tagRECT find_analysis_area(const Picture& picture) noexcept {
+tagRECT content_rectangle(const Picture& picture) noexcept {
   const int w = picture.width;
   tagRECT area{w, -1, -1, -1};  // left, top, right, bottom; top < 0 while nothing found
   for (int y = 0; y < picture.height; ++y) {
-    const std::uint8_t* row = picture.pixels + picture.stride() * static_cast<std::size_t>(y);
+    const std::uint8_t* row = picture.pixels + picture.row_bytes() * static_cast<std::size_t>(y);
     int first = 0;
     while (first < w && is_white(row + 3 * first)) ++first;
     if (first == w) continue;
@@ -32,4 +32,4 @@ tagRECT find_analysis_area(const Picture& picture) noexcept {
   return area;
 }
 
-}  // namespace zkimgset::autosetup
+}  // namespace zkimgset::geometry
