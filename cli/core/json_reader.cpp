@@ -89,6 +89,8 @@ class Parser {
 
   JsonValue any(int depth) {
     skip_space();
+    if (++values_ > kMaxJsonValues)
+      fail("more than " + std::to_string(kMaxJsonValues) + " values in one text");
     JsonValue v;
     const char c = at_ < text_.size() ? text_[at_] : '\0';
     if (c == '{' || c == '[') {
@@ -234,6 +236,7 @@ class Parser {
 
   std::string_view text_;
   std::size_t at_ = 0;
+  std::size_t values_ = 0;
 };
 
 }  // namespace

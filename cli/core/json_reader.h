@@ -19,6 +19,10 @@ namespace zkcli {
 // Arrays and objects nested deeper than this are refused: no file the tool
 // reads needs more than a few levels, and each level is a stack frame.
 inline constexpr int kMaxJsonDepth = 64;
+// Nor more values than this in one text: each takes about a hundred bytes
+// held, so a file of tens of megabytes of "0," would take gigabytes. A
+// review's decisions take a dozen values a picture.
+inline constexpr std::size_t kMaxJsonValues = 1000000;
 
 struct JsonValue {
   enum class Kind { Null, Boolean, Number, String, Array, Object };

@@ -22,6 +22,14 @@ ln -s target.jpg "$s/link.jpg" && ln -s missing.jpg "$s/dangling.jpg" &&
 # a 100 x 100 one in 65536 x 65536 tiles. A hot folder with a FIFO in it.
 mkdir -p "$s/hot" "$s/hot-out" "$s/fifo-journal" && mkfifo "$s/hot/pipe.jpg" || exit 1
 mkfifo "$s/fifo-journal/.zkimgset-watch.journal" || exit 1
+# A review's decisions: the file itself a FIFO or empty, or accepting an
+# output that is a device; a review page written to a FIFO or a dangling link.
+mkfifo "$s/decisions.json" "$s/page.html" && : >"$s/empty.json" && ln -s gone.html "$s/dangling.html" || exit 1
+printf '{"type":"zkimgset-decisions","version":1,"base":"/","report":null,"settings":{"mode":223,
+"level":100,"contrast":0,"saturation":0,"blue_shift":0,"red_shift":0,"exif":true,"quality":95},
+"pictures":[{"file":null,"output":"dev/zero","name":"a.jpg","format":"jpeg","decision":"accept"}]}' \
+  >"$s/accept-zero.json" || exit 1
+python3 -c 'import sys; open(sys.argv[1], "w").write("[" + "0," * 1000000 + "0]")' "$s/many.json" || exit 1
 # tiff NAME ENTRIES...: a little-endian TIFF whose first directory holds
 # the entries "tag type value" (each a count of 1).
 tiff() {
@@ -140,6 +148,22 @@ row    fifo-in-hot-folder        0 "pipe.jpg: skipped: not a regular file (a FIF
 row    fifo-as-watch-journal     1 "not a regular file (a FIFO)" \
        '[[ -p $s/fifo-journal/.zkimgset-watch.journal ]]' \
        tool watch "$s/hot" --out-dir "$s/fifo-journal"
+row    decisions-device          2 "/dev/zero: not a regular file (a character device)" \
+       '[[ ! -e $s/dout ]]'      tool autosetup --decisions /dev/zero --out-dir "$s/dout"
+row    decisions-fifo            2 "decisions.json: not a regular file (a FIFO)" \
+       '[[ -p $s/decisions.json && ! -e $s/dout ]]' tool autosetup --decisions "$s/decisions.json" --out-dir "$s/dout"
+row    decisions-empty           2 "empty.json: not valid JSON at byte 0" \
+       '[[ ! -e $s/dout ]]'      tool autosetup --decisions "$s/empty.json" --out-dir "$s/dout"
+row    decisions-many-values     2 "many.json: not valid JSON at byte 1999999 (line 1): more than 1000000 values" \
+       '[[ ! -e $s/dout ]]'      tool autosetup --decisions "$s/many.json" --out-dir "$s/dout"
+row    decisions-accept-device   1 "the accepted output /dev/zero: not a regular file (a character device)" \
+       '[[ -z $(ls -A $s/dout) ]]' tool autosetup --decisions "$s/accept-zero.json" --out-dir "$s/dout"
+row    report-fifo-no-reader     1 "page.html: no reader on the FIFO" \
+       '[[ -p $s/page.html ]]'   tool autosetup "$photo" -o "$s/r.jpg" --report "$s/page.html"
+row    report-dangling-symlink   1 "dangling.html: a dangling symbolic link" \
+       '[[ -L $s/dangling.html && ! -e $s/gone.html ]]' tool autosetup "$photo" -o "$s/r.jpg" --report "$s/dangling.html"
+row    report-dev-null           0 "Report: /dev/null" \
+       '[[ -c /dev/null ]]'      tool autosetup "$photo" -o "$s/r.jpg" --report /dev/null
 
 # No temporary file is left behind by any row.
 left=$(find "$s" -name '.*.??????')
