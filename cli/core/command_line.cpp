@@ -64,20 +64,14 @@ bool adjustment_option(Arguments& args, Adjustments& a) {
   std::string value;
   if (args.option("--mode", value)) {
     a.mode = parse_number(value, "--mode", kModeRange.min, kModeRange.max, 16);
-  } else if (args.option("--level", value)) {
-    a.level = parse_number(value, "--level", kLevelRange.min, kLevelRange.max);
-  } else if (args.option("--contrast", value)) {
-    a.contrast = parse_number(value, "--contrast", kContrastRange.min, kContrastRange.max);
-  } else if (args.option("--saturation", value)) {
-    a.saturation = parse_number(value, "--saturation", kSaturationRange.min, kSaturationRange.max);
-  } else if (args.option("--blue-shift", value)) {
-    a.blue_shift = parse_number(value, "--blue-shift", kShiftRange.min, kShiftRange.max);
-  } else if (args.option("--red-shift", value)) {
-    a.red_shift = parse_number(value, "--red-shift", kShiftRange.min, kShiftRange.max);
-  } else {
-    return false;
+    return true;
   }
-  return true;
+  for (const AdjustmentField& f : kAdjustmentFields)
+    if (args.option(f.option, value)) {
+      a.*f.member = parse_number(value, f.option, f.range.min, f.range.max);
+      return true;
+    }
+  return false;
 }
 
 void parse_triple(const std::string& text, const char* option, int min, int max, int out[3]) {

@@ -136,7 +136,7 @@ void correct(const Job& job, const RunSettings& settings, Clock::time_point star
   }
   summary.notes = picture.notes;
   if (report) {
-    report_after(*report, picture);
+    report_after(*report, picture, summary.outcome != Outcome::Unchanged);
     review_correction(summary.review, report->histograms_before, report->histograms_after);
     summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     report->index = job.index;

@@ -150,11 +150,8 @@ class DecisionsReader {
   }
 
   void adjustments(const Field& f, Adjustments& a) const {
-    a.level = whole(field(f, "level"), kLevelRange);
-    a.contrast = whole(field(f, "contrast"), kContrastRange);
-    a.saturation = whole(field(f, "saturation"), kSaturationRange);
-    a.blue_shift = whole(field(f, "blue_shift"), kShiftRange);
-    a.red_shift = whole(field(f, "red_shift"), kShiftRange);
+    for (const AdjustmentField& each : kAdjustmentFields)
+      a.*each.member = whole(field(f, each.key), each.range);
   }
 
   // The picture's place below DIR, written as the page wrote it; two names
@@ -197,8 +194,7 @@ class DecisionsReader {
       job.skip = kRejectedInReview;
       return job;
     }
-    const std::string& dir = plan_.target;
-    job.output = dir + (dir.empty() || dir.back() == '/' ? "" : "/") + below;
+    job.output = with_slash(plan_.target) + below;
     job.name = below;
     if (decision == "adjust") {
       Adjustments own = settings_.adjustments;

@@ -38,6 +38,23 @@ inline constexpr Range kContrastRange{-30, 30};
 inline constexpr Range kSaturationRange{-150, 150};
 inline constexpr Range kShiftRange{-7, 7};  // blue and red alike
 
+// The stored adjustments one by one (the mode aside), as the command line,
+// the review page and its decisions file name them, in the order they list
+// them.
+struct AdjustmentField {
+  const char* key;     // the decisions file's and the page's name
+  const char* option;  // the command line's
+  const char* label;   // the page's
+  int Adjustments::*member;
+  Range range;
+};
+inline constexpr AdjustmentField kAdjustmentFields[] = {
+    {"level", "--level", "Level", &Adjustments::level, kLevelRange},
+    {"contrast", "--contrast", "Contrast", &Adjustments::contrast, kContrastRange},
+    {"saturation", "--saturation", "Saturation", &Adjustments::saturation, kSaturationRange},
+    {"blue_shift", "--blue-shift", "Blue shift", &Adjustments::blue_shift, kShiftRange},
+    {"red_shift", "--red-shift", "Red shift", &Adjustments::red_shift, kShiftRange}};
+
 // Whether the adjustments leave a picture as the analysis alone would.
 bool neutral(const Adjustments& adjustments);
 

@@ -16,10 +16,6 @@ namespace fs = std::filesystem;
 constexpr const char* kNotPicture = "not a picture (by its name)";
 constexpr const char* kInSubFolder = "in a sub-folder (use -r)";
 
-std::string with_slash(const std::string& folder) {
-  return folder.empty() || folder.back() == '/' ? folder : folder + "/";
-}
-
 // The pictures below root + relative, by name order within each folder.
 // Sub-folders are walked with or without recursive: without it, the pictures
 // found there are counted as skipped. Symbolic links to folders are not
@@ -152,6 +148,10 @@ void make_folders(const std::string& path) {
   std::error_code error;
   fs::create_directories(path, error);
   if (error) throw Failure("cannot create the folder " + path + ": " + error.message());
+}
+
+std::string with_slash(const std::string& folder) {
+  return folder.empty() || folder.back() == '/' ? folder : folder + "/";
 }
 
 }  // namespace zkcli

@@ -87,4 +87,7 @@ bool same_file(const std::string& a, const std::string& b);
 std::string base_name(const std::string& path);
 std::string folder_name(const std::string& path);
 
+// A folder's path ready for a name after it: "out" -> "out/" ("" stays "").
+std::string with_slash(const std::string& folder);
+
 }  // namespace zkcli

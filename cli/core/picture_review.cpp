@@ -21,14 +21,14 @@ double share(std::uint64_t count, std::uint64_t pixels) {
 Histograms measure_histograms(const Picture& picture) {
   Histograms h;
   h.pixels = static_cast<std::uint64_t>(picture.width) * static_cast<std::uint64_t>(picture.height);
-  auto& [red, green, blue, luma] = h.counts;
+  auto& [red, green, blue, y] = h.counts;
   const std::uint8_t* p = picture.rgb.data();
   for (std::uint64_t i = 0; i < h.pixels; ++i, p += 3) {
     const unsigned r = p[0], g = p[1], b = p[2];
     ++red[r];
     ++green[g];
     ++blue[b];
-    ++luma[(306 * r + 601 * g + 117 * b) >> 10];
+    ++y[luma(r, g, b)];
     h.shadows += (r | g | b) <= kClipMargin;
     h.highlights += (r & g & b) >= 255 - kClipMargin;
   }

@@ -36,6 +36,11 @@ struct Histograms {
 
 Histograms measure_histograms(const Picture& picture);
 
+// A pixel's luminance level, as the histograms count it.
+inline unsigned luma(unsigned r, unsigned g, unsigned b) {
+  return (306 * r + 601 * g + 117 * b) >> 10;
+}
+
 // The mean luminance, and the shares of clipped pixels in percent.
 double mean_level(const Histograms& histograms);
 double shadows_percent(const Histograms& histograms);

@@ -1,9 +1,12 @@
 #include "core/picture_summary.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <numeric>
+#include <type_traits>
+#include <variant>
 
 namespace zkcli {
 namespace {
@@ -197,97 +200,139 @@ std::string summary_json(const PictureSummary& s) {
   return out + ",\"seconds\":" + seconds + "}";
 }
 
-std::string adjustments_json(const Adjustments& a) {
-  return "{\"level\":" + std::to_string(a.level) + ",\"contrast\":" + std::to_string(a.contrast) +
-         ",\"saturation\":" + std::to_string(a.saturation) +
-         ",\"blue_shift\":" + std::to_string(a.blue_shift) +
-         ",\"red_shift\":" + std::to_string(a.red_shift) + "}";
+std::string adjustment_members(const Adjustments& a) {
+  std::string out;
+  for (const AdjustmentField& f : kAdjustmentFields)
+    out += (out.empty() ? "\"" : ",\"") + std::string(f.key) + "\":" + std::to_string(a.*f.member);
+  return out;
 }
 
-std::string pack_summary(const PictureSummary& s) {
-  const PictureReview& r = s.review;
-  const Adjustments a = s.adjustments.value_or(Adjustments{});
+std::string adjustments_json(const Adjustments& a) { return "{" + adjustment_members(a) + "}"; }
+
+namespace {
+
+// A summary's fields in the order they cross from a worker to the run: the
+// scalars (the three lists' lengths among them), then the lists' items.
+class Wire {
+ public:
+  using Slot = std::variant<std::string*, int*, double*, bool*>;
+
+  explicit Wire(PictureSummary& s)
+      : s_(s),
+        outcome_(static_cast<int>(s.outcome)),
+        has_adjustments_(s.adjustments.has_value()),
+        adjustments_(s.adjustments.value_or(Adjustments{})),
+        lengths_{int(s.changes.size()), int(s.notes.size()), int(s.review.warnings.size())} {}
+
+  std::vector<Slot> scalars() {
+    PictureSummary& s = s_;
+    PictureReview& r = s.review;
+    Adjustments& a = adjustments_;
+    return {&s.input,
+            &s.output,
+            &outcome_,
+            &s.reason,
+            &s.format_in,
+            &s.format_out,
+            &s.width,
+            &s.height,
+            &s.analysed,
+            &s.mode_after,
+            &s.mid_grey_to,
+            &s.contrast_percent,
+            &s.cb,
+            &s.cr,
+            &s.saturation_percent,
+            &s.seconds,
+            &r.measured,
+            &r.mean_before,
+            &r.mean_after,
+            &r.shadows_before,
+            &r.shadows_after,
+            &r.highlights_before,
+            &r.highlights_after,
+            &s.decision,
+            &has_adjustments_,
+            &a.mode,
+            &a.level,
+            &a.contrast,
+            &a.saturation,
+            &a.blue_shift,
+            &a.red_shift,
+            &lengths_[0],
+            &lengths_[1],
+            &lengths_[2]};
+  }
+
+  std::array<std::vector<std::string>*, 3> lists() {
+    return {&s_.changes, &s_.notes, &s_.review.warnings};
+  }
+
+  // After the scalars are read: the values they stand for, and the lists
+  // made as long as they say.
+  void settle() {
+    s_.outcome = static_cast<Outcome>(outcome_);
+    s_.adjustments.reset();
+    if (has_adjustments_) s_.adjustments = adjustments_;
+    for (std::size_t i = 0; i < lists().size(); ++i)
+      lists()[i]->resize(static_cast<std::size_t>(lengths_[i]));
+  }
+
+ private:
+  PictureSummary& s_;
+  int outcome_;
+  bool has_adjustments_;
+  Adjustments adjustments_;
+  int lengths_[3];
+};
+
+std::string text_of(const Wire::Slot& slot) {
+  return std::visit(
+      [](auto* value) {
+        if constexpr (std::is_same_v<decltype(value), std::string*>)
+          return *value;
+        else
+          return std::to_string(*value);
+      },
+      slot);
+}
+
+void read_into(const Wire::Slot& slot, const std::string& text) {
+  std::visit(
+      [&](auto* value) {
+        using T = std::remove_pointer_t<decltype(value)>;
+        if constexpr (std::is_same_v<T, std::string>)
+          *value = text;
+        else if constexpr (std::is_same_v<T, double>)
+          *value = std::atof(text.c_str());
+        else
+          *value = static_cast<T>(std::atoi(text.c_str()));
+      },
+      slot);
+}
+
+}  // namespace
+
+std::string pack_summary(const PictureSummary& summary) {
+  PictureSummary s = summary;
+  Wire wire(s);
   std::string out;
-  for (const std::string& v : {s.input,
-                               s.output,
-                               std::to_string(static_cast<int>(s.outcome)),
-                               s.reason,
-                               s.format_in,
-                               s.format_out,
-                               std::to_string(s.width),
-                               std::to_string(s.height),
-                               std::to_string(s.analysed),
-                               std::to_string(s.mode_after),
-                               std::to_string(s.mid_grey_to),
-                               std::to_string(s.contrast_percent),
-                               std::to_string(s.cb),
-                               std::to_string(s.cr),
-                               std::to_string(s.saturation_percent),
-                               std::to_string(s.seconds),
-                               std::to_string(r.measured),
-                               std::to_string(r.mean_before),
-                               std::to_string(r.mean_after),
-                               std::to_string(r.shadows_before),
-                               std::to_string(r.shadows_after),
-                               std::to_string(r.highlights_before),
-                               std::to_string(r.highlights_after),
-                               s.decision,
-                               std::to_string(s.adjustments.has_value()),
-                               std::to_string(a.mode),
-                               std::to_string(a.level),
-                               std::to_string(a.contrast),
-                               std::to_string(a.saturation),
-                               std::to_string(a.blue_shift),
-                               std::to_string(a.red_shift),
-                               std::to_string(s.changes.size()),
-                               std::to_string(s.notes.size()),
-                               std::to_string(r.warnings.size())})
-    field(out, v);
-  for (const auto* list : {&s.changes, &s.notes, &r.warnings})
+  for (const Wire::Slot& slot : wire.scalars()) field(out, text_of(slot));
+  for (const auto* list : wire.lists())
     for (const std::string& item : *list) field(out, item);
   return out;
 }
 
 bool unpack_summary(const std::string& in, PictureSummary& s) {
   std::size_t at = 0;
-  std::string v[34];
-  for (std::string& f : v)
-    if (!next_field(in, at, f)) return false;
-  auto number = [](const std::string& t) { return std::atoi(t.c_str()); };
-  auto real = [](const std::string& t) { return std::atof(t.c_str()); };
-  s.input = v[0];
-  s.output = v[1];
-  s.outcome = static_cast<Outcome>(number(v[2]));
-  s.reason = v[3];
-  s.format_in = v[4];
-  s.format_out = v[5];
-  s.width = number(v[6]);
-  s.height = number(v[7]);
-  s.analysed = number(v[8]) != 0;
-  s.mode_after = number(v[9]);
-  s.mid_grey_to = number(v[10]);
-  s.contrast_percent = number(v[11]);
-  s.cb = number(v[12]);
-  s.cr = number(v[13]);
-  s.saturation_percent = number(v[14]);
-  s.seconds = real(v[15]);
-  PictureReview& r = s.review;
-  r.measured = number(v[16]) != 0;
-  r.mean_before = real(v[17]);
-  r.mean_after = real(v[18]);
-  r.shadows_before = real(v[19]);
-  r.shadows_after = real(v[20]);
-  r.highlights_before = real(v[21]);
-  r.highlights_after = real(v[22]);
-  s.decision = v[23];
-  s.adjustments.reset();
-  if (number(v[24]) != 0)
-    s.adjustments = Adjustments{number(v[25]), number(v[26]), number(v[27]),
-                                number(v[28]), number(v[29]), number(v[30])};
-  s.changes.resize(static_cast<std::size_t>(number(v[31])));
-  s.notes.resize(static_cast<std::size_t>(number(v[32])));
-  r.warnings.resize(static_cast<std::size_t>(number(v[33])));
-  for (auto* list : {&s.changes, &s.notes, &r.warnings})
+  Wire wire(s);
+  std::string text;
+  for (const Wire::Slot& slot : wire.scalars()) {
+    if (!next_field(in, at, text)) return false;
+    read_into(slot, text);
+  }
+  wire.settle();
+  for (auto* list : wire.lists())
     for (std::string& item : *list)
       if (!next_field(in, at, item)) return false;
   return true;

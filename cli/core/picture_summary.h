@@ -89,8 +89,10 @@ std::string summary_text(const PictureSummary& summary);
 // One JSON object on one line.
 std::string summary_json(const PictureSummary& summary);
 
-// {"level":110,"contrast":5,"saturation":0,"blue_shift":0,"red_shift":-2}
+// {"level":110,"contrast":5,"saturation":0,"blue_shift":0,"red_shift":-2},
+// and the same members without the braces.
 std::string adjustments_json(const Adjustments& adjustments);
+std::string adjustment_members(const Adjustments& adjustments);
 
 // The summary as it crosses from a worker to the parent, and back.
 std::string pack_summary(const PictureSummary& summary);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/output_plan.h"
 #include "report/report.h"
 #include "report/report_html.h"
 #include "report/report_plots.h"
@@ -37,7 +38,7 @@ std::string card_attributes(const PictureReport& p) {
   const ReportFiles& f = p.files;
   std::string a = " id=\"p" + std::to_string(p.index) + "\"";
   a += attribute("data-index", std::to_string(p.index));
-  a += attribute("data-name", file_name_of(s.input));
+  a += attribute("data-name", base_name(s.input));
   a += attribute("data-status", outcome_key(s.outcome));
   a += attribute("data-priority", format_number(review_priority(s), 1));
   a += attribute("data-shift", format_number(s.review.mean_after - s.review.mean_before, 1));
@@ -58,7 +59,7 @@ std::string card_attributes(const PictureReport& p) {
 std::string card_head(const PictureReport& p) {
   const PictureSummary& s = p.summary;
   std::string html =
-      "<header class=\"card-head\"><h2>" + escape_html(file_name_of(s.input)) +
+      "<header class=\"card-head\"><h2>" + escape_html(base_name(s.input)) +
       "</h2><span class=\"verdict\" aria-live=\"polite\"></span><div class=\"chips\">";
   html += chip(std::to_string(s.width) + " \u00d7 " + std::to_string(s.height));
   if (!p.camera.empty()) html += chip(p.camera);
@@ -133,26 +134,20 @@ std::string histogram(const Histograms& h, std::string_view side) {
          escape_html(title) + "</figcaption></figure>";
 }
 
-std::string number_field(std::string_view key, std::string_view label, int min, int max,
-                         int value) {
-  return "<label>" + std::string(label) + "<input type=\"number\" name=\"" + std::string(key) +
-         "\" min=\"" + std::to_string(min) + "\" max=\"" + std::to_string(max) +
-         "\" step=\"1\" value=\"" + std::to_string(value) + "\"></label>";
-}
-
 // Accept, reject or adjust; adjusting opens the stored adjustments a host
 // passes to the library, starting from the ones this picture had.
 std::string decision_panel(const Adjustments& a) {
-  return "<div class=\"decide\" role=\"group\" aria-label=\"Decision\">"
-         "<button type=\"button\" data-decision=\"accept\">Accept</button>"
-         "<button type=\"button\" data-decision=\"reject\">Reject</button>"
-         "<button type=\"button\" data-decision=\"adjust\">Adjust\u2026</button>"
-         "<fieldset class=\"adjust\" hidden><legend>Correct again with</legend>" +
-         number_field("level", "Level", 70, 130, a.level) +
-         number_field("contrast", "Contrast", -30, 30, a.contrast) +
-         number_field("saturation", "Saturation", -150, 150, a.saturation) +
-         number_field("blue_shift", "Blue shift", -7, 7, a.blue_shift) +
-         number_field("red_shift", "Red shift", -7, 7, a.red_shift) + "</fieldset></div>";
+  std::string html =
+      "<div class=\"decide\" role=\"group\" aria-label=\"Decision\">"
+      "<button type=\"button\" data-decision=\"accept\">Accept</button>"
+      "<button type=\"button\" data-decision=\"reject\">Reject</button>"
+      "<button type=\"button\" data-decision=\"adjust\">Adjust\u2026</button>"
+      "<fieldset class=\"adjust\" hidden><legend>Correct again with</legend>";
+  for (const AdjustmentField& f : kAdjustmentFields)
+    html += "<label>" + std::string(f.label) + "<input type=\"number\" name=\"" + f.key +
+            "\" min=\"" + std::to_string(f.range.min) + "\" max=\"" + std::to_string(f.range.max) +
+            "\" step=\"1\" value=\"" + std::to_string(a.*f.member) + "\"></label>";
+  return html + "</fieldset></div>";
 }
 
 std::string figures_table(const Figures& figures) {
@@ -189,7 +184,7 @@ std::string analysis_details(const PictureReport& p) {
 }  // namespace
 
 std::string render_picture_card(const PictureReport& p) {
-  const std::string name(file_name_of(p.summary.input));
+  const std::string name = base_name(p.summary.input);
   std::string html = "<article class=\"card picture\"" + card_attributes(p) + ">";
   html += card_head(p) + "<div class=\"card-body\"><div class=\"visual\">";
   html += "<div class=\"compare\">" + shot(p.before, "before", name, outline_overlay(p)) +

@@ -69,7 +69,7 @@ void mark_subject(PictureReport& report, const std::vector<std::uint8_t>& rgb) {
       for (int y = by; y < ey; ++y)
         for (int x = bx; x < ex; ++x) {
           const std::uint8_t* p = &rgb[(std::size_t(y) * width + x) * 3];
-          sum += (306 * p[0] + 601 * p[1] + 117 * p[2]) >> 10;
+          sum += luma(p[0], p[1], p[2]);
         }
       report.subject_mask[std::size_t(row) * report.subject_columns + column] =
           std::abs(sum / ((ey - by) * (ex - bx)) - level) <= kSubjectBand;
@@ -96,9 +96,10 @@ PictureReport report_before(const Picture& picture, const AutoSetupParam& record
   return report;
 }
 
-void report_after(PictureReport& report, const Picture& corrected) {
-  report.after = thumbnail(corrected);
-  report.histograms_after = measure_histograms(corrected);
+void report_after(PictureReport& report, const Picture& corrected, bool changed) {
+  // Left as it was, the picture is shown and measured as it was.
+  report.after = changed ? thumbnail(corrected) : report.before;
+  report.histograms_after = changed ? measure_histograms(corrected) : report.histograms_before;
 }
 
 ReportFiles report_files(const Job& job, const PictureSummary& s, const std::string& report_folder,

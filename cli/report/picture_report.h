@@ -24,9 +24,9 @@ inline constexpr int kSubjectBand = 8;
 PictureReport report_before(const Picture& picture, const AutoSetupParam& record,
                             const ShootingValues& shot, const Figures& figures);
 
-// The "after" half: the corrected picture's thumbnail and histograms (for an
-// unchanged picture, the picture as it was).
-void report_after(PictureReport& report, const Picture& corrected);
+// The "after" half: the corrected picture's thumbnail and histograms; when
+// the correction changed nothing, the "before" half's, not made again.
+void report_after(PictureReport& report, const Picture& corrected, bool changed);
 
 // Where the job's files are, for links from the page in report_folder
 // (absolute) and for the decisions file; backup is the in-place original's

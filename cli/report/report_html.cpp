@@ -1,6 +1,7 @@
 #include "report/report_html.h"
 
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 
 #include "report/base64.h"
@@ -24,15 +25,10 @@ std::string signed_text(int value) {
 }
 
 std::string hex_text(int value) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  auto word = static_cast<unsigned>(value) & 0xFFFFu;
-  std::string digits;
-  do {
-    digits.insert(digits.begin(), kDigits[word & 15u]);
-    word >>= 4;
-  } while (word != 0);
-  if (digits.size() % 2 != 0) digits.insert(digits.begin(), '0');
-  return "0x" + digits;
+  const unsigned word = static_cast<unsigned>(value) & 0xFFFFu;
+  char text[8];
+  std::snprintf(text, sizeof text, "0x%0*X", word > 0xFF ? 4 : 2, word);
+  return text;
 }
 
 std::string chip(std::string_view text, std::string_view css_class) {
@@ -45,12 +41,6 @@ std::string image_tag(const ReportImage& image, std::string_view alt) {
   return "<img src=\"data:image/jpeg;base64," + base64_encode(image.jpeg) + "\" width=\"" +
          std::to_string(image.width) + "\" height=\"" + std::to_string(image.height) + "\" alt=\"" +
          escape_html(alt) + "\">";
-}
-
-std::string_view file_name_of(std::string_view path) {
-  const auto slash = path.find_last_of('/');
-  const std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
-  return name.empty() ? path : name;
 }
 
 std::string relative_link(const std::string& from, const std::string& path) {

@@ -22,9 +22,6 @@ std::string chip(std::string_view text, std::string_view css_class = {});
 // An <img> of the thumbnail as a data: URI.
 std::string image_tag(const ReportImage& image, std::string_view alt);
 
-// The last component of a path as given.
-std::string_view file_name_of(std::string_view path);
-
 // A link from the folder `from` (absolute) to path (absolute, or relative to
 // the working folder): relative, with each byte that is not plain in a URL
 // percent-encoded, so that names with spaces, '#' or '?' still open.

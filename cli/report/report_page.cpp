@@ -4,6 +4,7 @@
 // end, and one full-size viewer that every card opens.
 #include <algorithm>
 
+#include "core/output_plan.h"
 #include "report/figure_meanings.h"
 #include "report/report.h"
 #include "report/report_html.h"
@@ -99,7 +100,7 @@ std::string listed(const std::vector<const ReportEntry*>& entries, std::string_v
                      "\"><summary>" + std::string(title) + " (" + std::to_string(entries.size()) +
                      ")</summary><ul>";
   for (const ReportEntry* e : entries)
-    html += "<li><b>" + escape_html(file_name_of(e->input)) + "</b> <span class=\"paths\">" +
+    html += "<li><b>" + escape_html(base_name(e->input)) + "</b> <span class=\"paths\">" +
             escape_html(e->input) + "</span><br>" + escape_html(e->reason) + "</li>";
   return html + "</ul></details>\n";
 }
@@ -119,15 +120,11 @@ std::string glossary() {
 // string would end the script element early, so it is written as \u003c.
 std::string run_data(const RunSummary& s) {
   const Adjustments& a = s.adjustments;
-  std::string json =
-      "{\"id\":" + json_string(s.run_id) + ",\"base\":" + json_string(s.base) +
-      ",\"report\":" + json_string(s.report) + ",\"settings\":{\"mode\":" + std::to_string(a.mode) +
-      ",\"level\":" + std::to_string(a.level) + ",\"contrast\":" + std::to_string(a.contrast) +
-      ",\"saturation\":" + std::to_string(a.saturation) +
-      ",\"blue_shift\":" + std::to_string(a.blue_shift) +
-      ",\"red_shift\":" + std::to_string(a.red_shift) +
-      ",\"exif\":" + (s.use_exif ? "true" : "false") + ",\"quality\":" + std::to_string(s.quality) +
-      "}}";
+  std::string json = "{\"id\":" + json_string(s.run_id) + ",\"base\":" + json_string(s.base) +
+                     ",\"report\":" + json_string(s.report) +
+                     ",\"settings\":{\"mode\":" + std::to_string(a.mode) + "," +
+                     adjustment_members(a) + ",\"exif\":" + (s.use_exif ? "true" : "false") +
+                     ",\"quality\":" + std::to_string(s.quality) + "}}";
   std::string safe;
   for (char c : json) safe += c == '<' ? std::string("\\u003c") : std::string(1, c);
   return "<script type=\"application/json\" id=\"run\">" + safe + "</script>\n";
@@ -150,7 +147,7 @@ std::string render_report_page(const RunSummary& summary, const std::vector<Repo
   std::stable_sort(pictures.begin(), pictures.end(),
                    [](const ReportEntry* a, const ReportEntry* b) {
                      if (a->priority != b->priority) return a->priority > b->priority;
-                     return file_name_of(a->input) < file_name_of(b->input);
+                     return base_name(a->input) < base_name(b->input);
                    });
 
   std::string html =

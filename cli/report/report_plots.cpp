@@ -130,11 +130,16 @@ std::string histogram_plot(const Histograms& h, std::string_view title) {
   double bins[4][kBins] = {};
   for (int c = 0; c < 4; ++c)
     for (int level = 0; level < 256; ++level) bins[c][level / kLevels] += h.counts[c][level];
-  double scale = 0;
-  for (int pass = 0; pass < 2 && scale == 0; ++pass)
+  auto peak = [&](int from, int to) {
+    double most = 0;
     for (const auto& channel : bins)
-      for (int i = pass == 0 ? 1 : 0; i < (pass == 0 ? kBins - 1 : kBins); ++i)
-        scale = std::max(scale, channel[i]);
+      for (int i = from; i < to; ++i) most = std::max(most, channel[i]);
+    return most;
+  };
+  // The end bins (clipped pixels) would flatten the rest: they set the
+  // scale only of a histogram with nothing between them.
+  double scale = peak(1, kBins - 1);
+  if (scale == 0) scale = peak(0, kBins);
   auto y = [&](double count) {
     return scale == 0 ? kHeight : kHeight - std::min(1.0, count / scale) * (kHeight - 2);
   };

@@ -18,8 +18,6 @@ std::string_view review_script() {
   const sortSelect = document.getElementById("sort");
   const filterSelect = document.getElementById("filter");
   const storeKey = "zkimgset-review:" + run.id;
-  const ranges = {level: [70, 130], contrast: [-30, 30], saturation: [-150, 150],
-                  blue_shift: [-7, 7], red_shift: [-7, 7]};
   let decisions = {};
   try { decisions = JSON.parse(localStorage.getItem(storeKey)) || {}; } catch (e) { decisions = {}; }
   const save = () => { try { localStorage.setItem(storeKey, JSON.stringify(decisions)); } catch (e) {} };
@@ -83,7 +81,7 @@ std::string_view review_script() {
   function adjustmentsOf(card, previous) {
     const values = {};
     for (const input of card.querySelectorAll("fieldset.adjust input")) {
-      const [min, max] = ranges[input.name];
+      const min = Number(input.min), max = Number(input.max);
       const value = Math.round(Number(input.value));
       const kept = previous ? previous[input.name] : Number(input.defaultValue);
       values[input.name] = input.value.trim() === "" || !Number.isFinite(value)

@@ -8,20 +8,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "geometry/picture.h"
 #include "resize/resize.h"
 
 namespace zkimgset::resize {
-namespace {
-
-// Bytes of a bitmap of a size the plan gave (no side below 0), in 64 bits
-// so that no size wraps.
-std::uint64_t bitmap_bytes(int width, int height) {
-  return geometry::row_bytes<std::uint64_t>(width, geometry::Layout::BitmapBgr) *
-         std::uint64_t(height);
-}
-
-}  // namespace
 
 int resize_exec(const ZKImgSetBitmapInfoHeader* src_header, const std::uint8_t* src_pixels,
                 ZKImgSetBitmapInfoHeader* dst_header, std::uint8_t* dst_pixels, int new_width,
@@ -34,8 +23,8 @@ int resize_exec(const ZKImgSetBitmapInfoHeader* src_header, const std::uint8_t* 
   if (zkimgset_resize_plan(width, height, new_width, new_height, &plan) != ZKIMGSET_OK)
     return ZKIMGSET_BAD_ARGUMENT;
   constexpr std::uint64_t kAddressable = PTRDIFF_MAX;
-  if (bitmap_bytes(width, height) > kAddressable ||
-      bitmap_bytes(plan.result_width, plan.result_height) > kAddressable)
+  if (zkimgset_bitmap_bytes(width, height) > kAddressable ||
+      zkimgset_bitmap_bytes(plan.result_width, plan.result_height) > kAddressable)
     return ZKIMGSET_OUT_OF_MEMORY;
   if (const int status = resize_into(src_pixels, width, height, plan, new_width, dst_pixels))
     return status;
