@@ -1,6 +1,5 @@
-// 3-D interpolation: telling values on an identity table, and the fast
-// per-level-table interpolator against a plain reference written from the
-// description, on a random table.
+// 3-D interpolation: the fast per-level-table interpolator and the plain one
+// against a reference written from the description, on a random table.
 #include "colour/interpolate3d.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,6 @@
 #include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
 #include "platform/kernel_choice.h"
-#include "support/colour_tables.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -38,20 +36,6 @@ Rgb8 reference(const std::vector<std::uint8_t>& t, int r, int g, int b) {
     out[c] = std::min(255, std::max(0, s >> 9));
   }
   return {std::uint8_t(out[0]), std::uint8_t(out[1]), std::uint8_t(out[2])};
-}
-
-TEST(Interpolate3d, IdentityTableTellingValues) {
-  const auto t = testing::identity_table_3d();
-  for (int v : {0, 15, 23, 255, 135})
-    EXPECT_EQ(interpolate3d(t.data(), v, v, v),
-              (Rgb8{std::uint8_t(v), std::uint8_t(v), std::uint8_t(v)}))
-        << v;
-  EXPECT_EQ(interpolate3d(t.data(), 19, 0, 255).r, 19) << "(15 + 23) / 2";
-  for (int v = 0; v < 256; ++v) {
-    const Rgb8 out = interpolate3d(t.data(), v, 255 - v, v / 3);
-    EXPECT_NEAR(out.r, v, 1) << v;  // the half-slope first cell rounds
-    EXPECT_NEAR(out.g, 255 - v, 1) << v;
-  }
 }
 
 TEST(Interpolate3d, FastInterpolatorMatchesTheReference) {

@@ -1,6 +1,6 @@
 // The Exif writer, whose block only the source-mark check reads (the corpus
-// test runs both over every camera file): byte order and pads, the pixel
-// dimensions, pointers that stay true, and the codes of its failures.
+// test runs both over every camera file, the writer's fuzz replay checks the
+// round trip and writes into blocks a byte short): pointers that stay true.
 #include "exif/exif_writer.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include <functional>
 #include <vector>
 
-#include "exif/byte_reader.h"
 #include "exif/tiff_builder.h"
 
 namespace {
@@ -28,11 +27,11 @@ struct Read : ExifDocument {
 // Writes a document and reads the block back (its TIFF checks fail, as the
 // writer removes the image-structure tags, but its directories are read).
 struct Written {
-  explicit Written(ExifDocument& document, std::uint32_t width = 640, std::uint32_t height = 480) {
+  explicit Written(ExifDocument& document) {
     std::size_t size = 0;
     EXPECT_EQ(written_size(document, size), code::kOk);
     block.assign(size, 0xEE);  // not zeroed: the writer must write its pads
-    EXPECT_EQ(write_document(document, block, width, height), code::kOk);
+    EXPECT_EQ(write_document(document, block, 640, 480), code::kOk);
     read_document(back, block);
   }
   std::vector<std::uint8_t> block;
@@ -46,37 +45,11 @@ std::uint32_t u32_of(const ExifTag* tag) {
   return value;
 }
 
-TiffLayout minimal(Order order = Order::Little) {
+TiffLayout minimal() {
   TiffLayout layout;
-  layout.order = order;
   layout.ifd0 = {ascii(0x010F, "Maker"), shorts(0x0100, {64}), shorts(0x0106, {2})};
   layout.exif = minimal_exif_ifd();
   return layout;
-}
-
-TEST(ExifWriter, WritesBigEndianDocumentsInHostOrderWithPadsZeroed) {
-  Read in(minimal(Order::Big));
-  const Written out(in);
-  EXPECT_EQ(out.block[0], 'I');
-  EXPECT_EQ(out.block[1], 'I');
-  EXPECT_EQ(ByteReader(out.block, ByteOrder::Little).u16(2), 42);
-  EXPECT_EQ(ByteReader(out.block, ByteOrder::Little).u32(4), 8u);
-  EXPECT_EQ(std::count(out.block.begin(), out.block.end(), 0xEE), 0);
-  EXPECT_STREQ(reinterpret_cast<const char*>(out.back.ifd0.find(0x010F)->value.data()), "Maker");
-}
-
-TEST(ExifWriter, KeepsOnlyTheLowThreeBytesOfTheDimensions) {
-  TiffLayout layout = minimal();
-  layout.exif = {longs(0xA002, {0x01000010}), shorts(0xA003, {0x0300})};
-  Read in(layout);
-  const auto width = pixel_dimension(in.exif, 0xA002);
-  const auto height = pixel_dimension(in.exif, 0xA003);
-  EXPECT_EQ(width, 0x10u);
-  EXPECT_EQ(height, 0x300u) << "a SHORT dimension is taken as it is";
-  EXPECT_FALSE(pixel_dimension(in.exif, 0x9000).has_value());
-  const Written out(in, *width, *height);
-  EXPECT_EQ(out.back.exif.find(0xA003)->type, 4) << "rewritten as LONG";
-  EXPECT_EQ(u32_of(out.back.exif.find(0xA002)), 0x10u);
 }
 
 // Tags the writer fills in, in whatever form the file gave them, and
@@ -84,7 +57,7 @@ TEST(ExifWriter, KeepsOnlyTheLowThreeBytesOfTheDimensions) {
 // formed (every pointer leads to its directory, the thumbnail offset to the
 // thumbnail) and a directory never outgrows its 16-bit count.
 TEST(ExifWriter, KeepsEveryPointerTrueWhateverTheFileHeld) {
-  const std::vector<std::uint8_t> long_pair(8, 0), eight = {8, 0, 0, 0};
+  const std::vector<std::uint8_t> long_pair(8, 0);
   const Bytes thumbnail = {0xFF, 0xD8, 0xAA, 0xBB, 0xFF, 0xD9};
   const struct {
     const char* what;
@@ -97,16 +70,8 @@ TEST(ExifWriter, KeepsEveryPointerTrueWhateverTheFileHeld) {
                   d.ifd1.add(0x0202, 4, 2, long_pair);
                 },
                 code::kOk},
-               {"GPS pointer without a GPS directory",
-                [&](ExifDocument& d) { d.ifd0.add(0x8825, 4, 1, eight); }, code::kOk},
                {"interoperability pointer of count 2 without its directory",
                 [&](ExifDocument& d) { d.exif.add(0xA005, 4, 2, long_pair); }, code::kOk},
-               {"Exif pointer in the 1st IFD",
-                [&](ExifDocument& d) {
-                  d.thumbnail = thumbnail;
-                  d.ifd1.add(0x8769, 4, 1, eight);
-                },
-                code::kOk},
                {"Exif IFD of 65535 tags without ExifVersion, a default to add",
                 [&](ExifDocument& d) {
                   const std::vector<std::uint8_t> one = {1};
@@ -123,31 +88,13 @@ TEST(ExifWriter, KeepsEveryPointerTrueWhateverTheFileHeld) {
     if (c.size_code != code::kOk) continue;
     const Written out(in);
     EXPECT_EQ(out.block.size(), size) << c.what;
-    EXPECT_EQ(out.back.ifd0.find(0x8825), nullptr) << c.what;
     EXPECT_EQ(out.back.exif.find(0xA005), nullptr) << c.what;
-    EXPECT_EQ(out.back.ifd1.find(0x8769), nullptr) << c.what;
     EXPECT_NE(out.back.exif.find(0x9000), nullptr) << c.what << ": the Exif IFD is found";
     if (!in.has_thumbnail()) continue;
     const std::uint32_t offset = u32_of(out.back.ifd1.find(0x0201));
     ASSERT_EQ(offset + thumbnail.size(), out.block.size()) << c.what;
     EXPECT_TRUE(std::equal(thumbnail.begin(), thumbnail.end(), out.block.begin() + offset))
         << c.what;
-  }
-}
-
-TEST(ExifWriter, ReportsEveryFailureWithItsCode) {
-  Read in(minimal());
-  std::size_t size = 0;
-  ASSERT_EQ(written_size(in, size), code::kOk);
-  const struct {
-    std::size_t bytes;
-    Code expected;
-  } cases[] = {{0, code::kMarkWriteFailed},        {3, code::kMagicWriteFailed},
-               {7, code::kOffsetWriteFailed},      {40, code::kIfd0WriteFailed},
-               {size - 1, code::kIfd0WriteFailed}, {size, code::kOk}};
-  for (const auto& c : cases) {
-    std::vector<std::uint8_t> block(c.bytes);
-    EXPECT_EQ(write_document(in, block, 1, 1), c.expected) << c.bytes;
   }
 }
 
