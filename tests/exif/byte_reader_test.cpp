@@ -1,13 +1,13 @@
 // The byte view under the source-mark check and the document reader
 // refuses every range that passes its end, overflowing sums included (the
 // streams are driven by the corpus and the fuzz replays).
+#include "exif/byte_reader.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <limits>
 #include <vector>
-
-#include "exif/byte_reader.h"
 
 namespace {
 
