@@ -140,12 +140,6 @@ TEST(ByteOrder, RoundTripsOddWidths) {
   }
 }
 
-}  // namespace
-}  // namespace zkimgset::colour
-
-namespace zkimgset::colour {
-namespace {
-
 TEST(SwapRun, VectorKernelMatchesThePlainOneInPlaceAndMovingDown) {
   std::vector<std::uint8_t> source(3 * 1003 + 9);
   for (std::size_t i = 0; i < source.size(); ++i)

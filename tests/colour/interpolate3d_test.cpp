@@ -7,9 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
-#include "platform/kernel_choice.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -51,44 +49,6 @@ TEST(Interpolate3d, FastInterpolatorMatchesTheReference) {
             << r << "," << g << "," << b;
         ASSERT_EQ(interpolate3d(t.data(), r, g, b), expected);
       }
-}
-
-}  // namespace
-}  // namespace zkimgset::colour
-
-namespace zkimgset::colour {
-namespace {
-
-// Both run kernels, on every layout and guard setting, give the same bytes
-// as converting pixel by pixel.
-TEST(InterpolateRun, VectorKernelMatchesThePlainOne) {
-  std::vector<std::uint8_t> table(kTable3dBytes, 0);
-  std::mt19937 random(23);
-  for (std::size_t i = 0; i < kTable3dNodeBytes; ++i)
-    table[i] = static_cast<std::uint8_t>(random());
-  for (int i = 0; i < 300; ++i) {  // some nodes at 255 to reach the white guard
-    const std::size_t node = random() % (kTable3dNodeBytes / 3) * 3;
-    table[node] = table[node + 1] = table[node + 2] = 255;
-  }
-  const Interpolator interpolate(table.data());
-  std::vector<std::uint8_t> pixels(3 * 4099);
-  for (std::size_t i = 0; i < pixels.size(); ++i)
-    pixels[i] = static_cast<std::uint8_t>(i % 7 == 0 ? 255 : random());
-  for (bool bgr : {false, true})
-    for (bool guard : {false, true}) {
-      std::vector<std::uint8_t> plain = pixels, vector = pixels;
-      interpolate_run_plain(interpolate, plain.data(), 4099, {bgr, guard});
-      const bool has_vector = platform::force_plain_kernels(false);
-      interpolate_run(interpolate, vector.data(), 4099, {bgr, guard});
-      EXPECT_EQ(plain, vector) << "bgr " << bgr << " guard " << guard << " vector " << has_vector;
-      for (std::size_t i = 0; i < 4099; i += 97) {
-        const std::uint8_t* p = &pixels[3 * i];
-        const Rgb8 one = interpolate3d(table.data(), bgr ? p[2] : p[0], p[1], bgr ? p[0] : p[2]);
-        if (!guard) {
-          EXPECT_EQ(plain[3 * i + (bgr ? 2 : 0)], one.r) << i;
-        }
-      }
-    }
 }
 
 }  // namespace

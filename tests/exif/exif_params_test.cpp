@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -72,18 +73,21 @@ Bytes after_many_comments(const TiffLayout& layout) {
   return file;
 }
 
-// Variations of the camera file: its 1st IFD, the image structure of an RGB
-// TIFF (in place of PhotometricInterpretation).
+// Variations of the camera file: its 1st IFD; as an RGB TIFF, the entries
+// given in place of those of the same tag, less the tag `without`.
 Bytes with_1st_ifd(std::vector<TestEntry> ifd1) {
   TiffLayout layout = camera();
   layout.ifd1 = std::move(ifd1);
   return exif_jpeg(layout);
 }
-Bytes tiff_with(std::vector<TestEntry> structure) {
+Bytes tiff_with(std::vector<TestEntry> structure, std::uint16_t without = 0) {
   TiffLayout layout = camera();
   layout.ifd0 = rgb_tiff_ifd0();
   layout.ifd0.push_back(ascii(0x010F, "Maker"));
-  std::erase_if(layout.ifd0, [](const TestEntry& e) { return e.tag == 0x0106; });
+  std::erase_if(layout.ifd0, [&](const TestEntry& e) {
+    return e.tag == without || std::any_of(structure.begin(), structure.end(),
+                                           [&](const TestEntry& s) { return s.tag == e.tag; });
+  });
   layout.ifd0.insert(layout.ifd0.end(), structure.begin(), structure.end());
   return build_tiff(layout);
 }
@@ -103,7 +107,7 @@ Bytes value_past_the_segment() {
 // The parameter stage refuses what it cannot read (NO_EXIF, the record's
 // defaults), the block stage what it cannot write (FILE_ERROR, the values) or
 // finds marked (SOURCE_MARK, which turns Exif set-up off). Files without Exif
-// and plain TIFFs are the corpus test's.
+// and broken files are the corpus test's.
 TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   TiffLayout no_dimension = camera();
   std::erase_if(no_dimension.exif, [](const TestEntry& e) { return e.tag == 0xA003; });
@@ -120,6 +124,16 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
   skipped.exif.insert(skipped.exif.begin(),
                       {raw_entry(0x9210, 13, 1, 7), raw_entry(0x9211, 3, 0, 7),
                        raw_entry(0x9212, 4, 0x40000000, 0), raw_entry(0xA005, 4, 1, 8)});
+  // 65535 tags and no ExifVersion (a TIFF: too much for an APP1 segment): the
+  // writer's directory has no room for the default it adds.
+  TiffLayout crowded = camera();
+  crowded.ifd0 = rgb_tiff_ifd0();
+  crowded.ifd0.push_back(ascii(0x010F, "Maker"));
+  std::erase_if(crowded.exif, [](const TestEntry& e) { return e.tag == 0x9000; });
+  for (std::uint32_t n = 1; crowded.exif.size() < 65535; ++n)
+    if (n != 0x9000 && std::none_of(crowded.exif.begin(), crowded.exif.begin() + 8,
+                                    [&](const TestEntry& e) { return e.tag == n; }))
+      crowded.exif.push_back(undefined(static_cast<std::uint16_t>(n), {1}));
   constexpr int kOk = ZKIMGSET_OK, kNo = ZKIMGSET_NO_EXIF, kMark = ZKIMGSET_SOURCE_MARK;
   const TestEntry rgb = shorts(0x0106, {2}), ycc = shorts(0x0106, {6});
 
@@ -142,6 +156,7 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
        Out::Defaults},
       {"a value past the Exif segment", value_past_the_segment(), kOk, Out::Values},
       {"no PixelYDimension", exif_jpeg(no_dimension), ZKIMGSET_FILE_ERROR, Out::Values},
+      {"an Exif IFD too full to write", build_tiff(crowded), ZKIMGSET_FILE_ERROR, Out::Values},
       {"rational past the end", exif_jpeg(bad_offset), kNo, Out::Untouched},
       // A JPEG thumbnail below 64 KiB, or a thumbnail of a known structure.
       {"thumbnail of 65536 bytes", with_1st_ifd({longs(0x0201, {0}), longs(0x0202, {65536})}), kNo,
@@ -154,13 +169,19 @@ TEST_F(GetExifParam, ReturnsTheStatusAndRecordOfEveryOutcome) {
       {"YCbCr thumbnail", with_1st_ifd({ycc}), kOk, Out::Values},
       {"black-is-zero thumbnail", with_1st_ifd({shorts(0x0106, {1})}), kNo, Out::Defaults},
       {"thumbnail of no known kind", with_1st_ifd({shorts(0x0100, {160})}), kOk, Out::Values},
-      // A TIFF's main image (the corpus has RGB, YCbCr and palette TIFFs).
-      {"planar RGB TIFF", tiff_with({rgb, shorts(0x011C, {2})}), kOk, Out::Values},
-      {"planar configuration as LONG", tiff_with({rgb, longs(0x011C, {1})}), kNo, Out::Defaults},
+      // A TIFF's image structure, read by both stages.
+      {"planar RGB TIFF", tiff_with({shorts(0x011C, {2})}), kOk, Out::Values},
+      {"planar configuration as LONG", tiff_with({longs(0x011C, {1})}), kNo, Out::Defaults},
+      {"YCbCr TIFF", tiff_with({ycc, shorts(0x0212, {2, 1})}), kOk, Out::Values},
       {"YCbCr with one subsampling value", tiff_with({ycc, shorts(0x0212, {2})}), kNo,
        Out::Defaults},
       {"photometric as LONG", tiff_with({longs(0x0106, {2})}), kOk, Out::Values},
       {"photometric as RATIONAL", tiff_with({rational(0x0106, 2, 1)}), kNo, Out::Defaults},
+      {"TIFF without ImageWidth", tiff_with({}, 0x0100), ZKIMGSET_FILE_ERROR, Out::Values},
+      {"TIFF of compression 5", tiff_with({shorts(0x0103, {5})}), ZKIMGSET_FILE_ERROR, Out::Values},
+      {"TIFF of compression 6", tiff_with({shorts(0x0103, {6})}), kOk, Out::Values},
+      {"TIFF of no rows a strip", tiff_with({shorts(0x0116, {0})}), ZKIMGSET_FILE_ERROR,
+       Out::Values},
       {"scene type 3 between empty segments",
        build_jpeg({segment(0xFFFE, {}), segment(0xFFE1, app1_body(build_tiff(marked))),
                    segment(0xFFEF, {})}),

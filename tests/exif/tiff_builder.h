@@ -164,9 +164,4 @@ inline std::vector<TestEntry> rgb_tiff_ifd0() {
           shorts(0x0115, {3}),  shorts(0x0116, {48})};
 }
 
-// An Exif IFD with the pixel dimensions the block stage needs.
-inline std::vector<TestEntry> minimal_exif_ifd() {
-  return {undefined(0x9000, {'0', '2', '2', '0'}), longs(0xA002, {640}), longs(0xA003, {480})};
-}
-
 }  // namespace zkimgset::testing

@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#if defined(_WIN32)
-#include <windows.h>
-#endif
-
 #include "platform/directory_search.h"
 
 namespace zkimgset::platform {
@@ -34,14 +30,6 @@ TEST(ParameterFolder, JoinsTheLibraryFolderAndParamWithTheSeparator) {
   EXPECT_EQ(parameter_folder(), expected);
   override_library_folder(std::nullopt);
 }
-
-#if defined(_WIN32)
-TEST(SystemDirectory, IsTheWindowsSystemFolder) {
-  char folder[256] = {};
-  ASSERT_GT(GetSystemDirectoryA(folder, sizeof folder), 0u);
-  EXPECT_EQ(system_directory(), folder);
-}
-#endif
 
 }  // namespace
 }  // namespace zkimgset::platform
