@@ -1,5 +1,6 @@
 // The 15 balance curves: power curves with their fixed ends (254 at the top
-// for shifts -7 to -2) and telling values.
+// for shifts -7 to -2). Which shift takes which curve is the conversions
+// test's.
 #include "colour/balance_curves.h"
 
 #include <gtest/gtest.h>
@@ -21,21 +22,6 @@ TEST(BalanceCurves, EveryCurveIsAMonotonePowerCurveWithItsEnds) {
       ASSERT_NEAR(curve[i], std::lround(255 * std::pow(i / 255.0, gamma[c])), c == 7 ? 0 : 1)
           << c << " at " << i;
   }
-}
-
-TEST(BalanceCurves, TellingValues) {
-  const struct {
-    int shift;
-    int at[6];  // at 16, 64, 128, 192, 254, 255
-  } telling[] = {{-7, {4, 32, 91, 167, 253, 254}},
-                 {-1, {14, 59, 123, 189, 254, 255}},
-                 {0, {16, 64, 128, 192, 254, 255}},
-                 {1, {19, 69, 133, 195, 254, 255}},
-                 {7, {39, 100, 159, 210, 254, 255}}};
-  const int level[6] = {16, 64, 128, 192, 254, 255};
-  for (const auto& t : telling)
-    for (int k = 0; k < 6; ++k)
-      EXPECT_EQ(balance_curve(curve_index_for_shift(t.shift))[level[k]], t.at[k]) << t.shift;
 }
 
 }  // namespace

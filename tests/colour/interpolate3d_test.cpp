@@ -1,6 +1,5 @@
-// 3-D interpolation: telling values on an identity table, and the fast
-// per-level-table interpolator against a plain reference written from the
-// description, on a random table.
+// 3-D interpolation: the fast per-level-table interpolator and the plain one
+// against a reference written from the description, on a random table.
 #include "colour/interpolate3d.h"
 
 #include <gtest/gtest.h>
@@ -8,10 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
-#include "platform/kernel_choice.h"
-#include "support/colour_tables.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -40,20 +36,6 @@ Rgb8 reference(const std::vector<std::uint8_t>& t, int r, int g, int b) {
   return {std::uint8_t(out[0]), std::uint8_t(out[1]), std::uint8_t(out[2])};
 }
 
-TEST(Interpolate3d, IdentityTableTellingValues) {
-  const auto t = testing::identity_table_3d();
-  for (int v : {0, 15, 23, 255, 135})
-    EXPECT_EQ(interpolate3d(t.data(), v, v, v),
-              (Rgb8{std::uint8_t(v), std::uint8_t(v), std::uint8_t(v)}))
-        << v;
-  EXPECT_EQ(interpolate3d(t.data(), 19, 0, 255).r, 19) << "(15 + 23) / 2";
-  for (int v = 0; v < 256; ++v) {
-    const Rgb8 out = interpolate3d(t.data(), v, 255 - v, v / 3);
-    EXPECT_NEAR(out.r, v, 1) << v;  // the half-slope first cell rounds
-    EXPECT_NEAR(out.g, 255 - v, 1) << v;
-  }
-}
-
 TEST(Interpolate3d, FastInterpolatorMatchesTheReference) {
   std::vector<std::uint8_t> t(kTable3dBytes, 0);
   std::mt19937 random(11);
@@ -67,44 +49,6 @@ TEST(Interpolate3d, FastInterpolatorMatchesTheReference) {
             << r << "," << g << "," << b;
         ASSERT_EQ(interpolate3d(t.data(), r, g, b), expected);
       }
-}
-
-}  // namespace
-}  // namespace zkimgset::colour
-
-namespace zkimgset::colour {
-namespace {
-
-// Both run kernels, on every layout and guard setting, give the same bytes
-// as converting pixel by pixel.
-TEST(InterpolateRun, VectorKernelMatchesThePlainOne) {
-  std::vector<std::uint8_t> table(kTable3dBytes, 0);
-  std::mt19937 random(23);
-  for (std::size_t i = 0; i < kTable3dNodeBytes; ++i)
-    table[i] = static_cast<std::uint8_t>(random());
-  for (int i = 0; i < 300; ++i) {  // some nodes at 255 to reach the white guard
-    const std::size_t node = random() % (kTable3dNodeBytes / 3) * 3;
-    table[node] = table[node + 1] = table[node + 2] = 255;
-  }
-  const Interpolator interpolate(table.data());
-  std::vector<std::uint8_t> pixels(3 * 4099);
-  for (std::size_t i = 0; i < pixels.size(); ++i)
-    pixels[i] = static_cast<std::uint8_t>(i % 7 == 0 ? 255 : random());
-  for (bool bgr : {false, true})
-    for (bool guard : {false, true}) {
-      std::vector<std::uint8_t> plain = pixels, vector = pixels;
-      interpolate_run_plain(interpolate, plain.data(), 4099, {bgr, guard});
-      const bool has_vector = platform::force_plain_kernels(false);
-      interpolate_run(interpolate, vector.data(), 4099, {bgr, guard});
-      EXPECT_EQ(plain, vector) << "bgr " << bgr << " guard " << guard << " vector " << has_vector;
-      for (std::size_t i = 0; i < 4099; i += 97) {
-        const std::uint8_t* p = &pixels[3 * i];
-        const Rgb8 one = interpolate3d(table.data(), bgr ? p[2] : p[0], p[1], bgr ? p[0] : p[2]);
-        if (!guard) {
-          EXPECT_EQ(plain[3 * i + (bgr ? 2 : 0)], one.r) << i;
-        }
-      }
-    }
 }
 
 }  // namespace

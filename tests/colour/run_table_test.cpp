@@ -1,6 +1,6 @@
-// The packed pass's work-table kernel gives the plain kernel's bytes: over
-// every colour once, and over random pixels in every layout and guard
-// setting, with runs that end inside a block of eight.
+// The run kernels against the plain one: the vector kernel, and the packed
+// pass's work-table kernel over every colour once and over random pixels in
+// every layout and guard setting, with runs that end inside a block of eight.
 #include "colour/run_table.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,10 @@
 #include <random>
 #include <vector>
 
+#include "colour/interpolate3d.h"
+#include "colour/interpolate_run.h"
 #include "colour/table_limits.h"
+#include "platform/kernel_choice.h"
 
 namespace zkimgset::colour {
 namespace {
@@ -25,6 +28,32 @@ std::vector<std::uint8_t> random_table() {
     table[node] = table[node + 1] = table[node + 2] = 255;
   }
   return table;
+}
+
+// Both run kernels, on every layout and guard setting, give the same bytes
+// as converting pixel by pixel.
+TEST(InterpolateRun, VectorKernelMatchesThePlainOne) {
+  const std::vector<std::uint8_t> table = random_table();
+  const Interpolator interpolate(table.data());
+  std::mt19937 random(23);
+  std::vector<std::uint8_t> pixels(3 * 4099);
+  for (std::size_t i = 0; i < pixels.size(); ++i)
+    pixels[i] = static_cast<std::uint8_t>(i % 7 == 0 ? 255 : random());
+  for (bool bgr : {false, true})
+    for (bool guard : {false, true}) {
+      std::vector<std::uint8_t> plain = pixels, vector = pixels;
+      interpolate_run_plain(interpolate, plain.data(), 4099, {bgr, guard});
+      const bool has_vector = platform::force_plain_kernels(false);
+      interpolate_run(interpolate, vector.data(), 4099, {bgr, guard});
+      EXPECT_EQ(plain, vector) << "bgr " << bgr << " guard " << guard << " vector " << has_vector;
+      for (std::size_t i = 0; i < 4099; i += 97) {
+        const std::uint8_t* p = &pixels[3 * i];
+        const Rgb8 one = interpolate3d(table.data(), bgr ? p[2] : p[0], p[1], bgr ? p[0] : p[2]);
+        if (!guard) {
+          EXPECT_EQ(plain[3 * i + (bgr ? 2 : 0)], one.r) << i;
+        }
+      }
+    }
 }
 
 struct RunCase {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
 #include "colour/table_limits.h"
@@ -16,10 +15,9 @@ namespace zkimgset::colour {
 namespace {
 
 using testing::file_node_value;
-using testing::level_value;
 using testing::Rgb;
-using testing::Table1dText;
-using testing::Table3dText;
+using testing::table1d;
+using testing::table3d;
 
 constexpr std::uint8_t kUntouched = 0xA5;
 
@@ -57,7 +55,7 @@ class TableFiles : public ::testing::Test {
 // File node n of an axis lands on grid node n - 1 (node 0 stays 0); file
 // node 1 is skipped unread. The older layout stores all 33.
 TEST_F(TableFiles, ThreeDRecordsLandOnTheirGridNodes) {
-  ASSERT_EQ(load3d(Table3dText{}.build()), 0);
+  ASSERT_EQ(load3d(table3d()), 0);
   EXPECT_EQ(state_.Table3dStatus, 0);
   auto file_node = [](int n) { return n == 0 ? 0 : n + 1; };
   for (int i = 0; i < 32; ++i)
@@ -67,142 +65,74 @@ TEST_F(TableFiles, ThreeDRecordsLandOnTheirGridNodes) {
             << i << "," << j << "," << k;
   for (std::size_t at = kTable3dNodeBytes; at < kTable3dBytes; ++at) ASSERT_EQ(alt_[at], 0);
 
-  Table3dText crlf;
-  crlf.line_end = "\r\n";
-  const std::vector<std::uint8_t> with_lf = alt_;
-  ASSERT_EQ(load3d(crlf.build()), 0);
-  EXPECT_EQ(alt_, with_lf) << "CR LF and LF files read alike";
-
-  Table3dText unparsed;  // the records at node 1 are never parsed
-  unparsed.record = [](int, int i, int j, int k) -> std::optional<std::string> {
+  // The records at node 1 are never parsed.
+  const std::string unparsed = table3d([](int, int i, int j, int k) -> std::optional<std::string> {
     if (i == 1 || j == 1 || k == 1) return "node one, no numbers";
     return std::nullopt;
-  };
-  ASSERT_EQ(load3d(unparsed.build()), 0);
+  });
+  ASSERT_EQ(load3d(unparsed), 0);
   EXPECT_EQ(node(5, 0, 31), file_node_value(6, 0, 32));
-  EXPECT_EQ(load3d(unparsed.build(), Grid3d::Nodes33), 18) << "the older layout parses them";
+  EXPECT_EQ(load3d(unparsed, Grid3d::Nodes33), 18) << "the older layout parses them";
 
   state_.Table3dStatus = 18;
-  ASSERT_EQ(load3d(Table3dText{}.build(), Grid3d::Nodes33), 0);
+  ASSERT_EQ(load3d(table3d(), Grid3d::Nodes33), 0);
   EXPECT_EQ(state_.Table3dStatus, 0);
   for (int i : {0, 1, 16, 32})
     for (int j : {0, 1, 31, 32})
       for (int k : {0, 1, 2, 32}) EXPECT_EQ(node(i, j, k, 33), file_node_value(i, j, k));
 }
 
-TEST_F(TableFiles, OneDTableFillsARowPerLevel) {
-  const int saved = state_.Table1dStatus = 17;
-  ASSERT_EQ(load1d(Table1dText{}.build()), 0);
-  EXPECT_EQ(state_.Table1dStatus, saved) << "only start-up stores the 1-D status";
-  for (int level = 0; level < 256; ++level) {
-    const Rgb row{table1d_[3 * level], table1d_[3 * level + 1], table1d_[3 * level + 2]};
-    ASSERT_EQ(row, level_value(level)) << level;
-  }
-  const std::vector<std::uint8_t> with_lf = table1d_;
-  Table1dText crlf;
-  crlf.line_end = "\r\n";
-  ASSERT_EQ(load1d(crlf.build()), 0);
-  EXPECT_EQ(table1d_, with_lf);
-}
-
 // A header must begin with "3D" (or "1D"), whatever follows on its line; a
 // refused header leaves table and status alone.
 TEST_F(TableFiles, HeaderNeedsUpperCaseThreeD) {
   state_.Table3dStatus = ZKIMGSET_NOT_LOADED;
-  for (const char* header : {"3d", "3", "D3", "", " 3D"}) {
-    Table3dText text;
-    text.header = header;
-    EXPECT_EQ(load3d(text.build()), 18) << header;
-  }
+  for (const char* header : {"3d", "3", "D3", "", " 3D"})
+    EXPECT_EQ(load3d(table3d({}, 33 * 33 * 33, header)), 18) << header;
   EXPECT_TRUE(untouched(alt_));
   EXPECT_EQ(state_.Table3dStatus, ZKIMGSET_NOT_LOADED);
   for (const std::string& header :
-       {std::string("3Dtable, any text"), "3D" + std::string(5000, '#')}) {
-    Table3dText text;
-    text.header = header;
-    EXPECT_EQ(load3d(text.build()), 0) << header.substr(0, 20);
-  }
+       {std::string("3Dtable, any text"), "3D" + std::string(5000, '#')})
+    EXPECT_EQ(load3d(table3d({}, 33 * 33 * 33, header)), 0) << header.substr(0, 20);
 }
 
-// Random junk is the fuzz corpus's. A text that fails after its header leaves the table cleared and
-// filled up to the failure, and the 3-D status at its earlier value.
+// Random junk is the fuzz corpus's. A text that fails after its header
+// leaves the table cleared and filled up to the failure, and the 3-D status
+// at its earlier value.
 TEST_F(TableFiles, BrokenTextsFailWithTheirTablesStatus) {
-  auto broken3d = [](int at, const char* text, int records = 33 * 33 * 33) {
-    Table3dText t;
-    t.records = records;
-    t.record = [=](int index, int i, int j, int k) -> std::string {
+  auto broken3d = [](int at, const char* text) {
+    return table3d([=](int index, int, int, int) -> std::optional<std::string> {
       if (index == at) return text;
-      const Rgb v = file_node_value(i, j, k);
-      return "0,0,0," + std::to_string(v.r) + "," + std::to_string(v.g) + "," + std::to_string(v.b);
-    };
-    return t.build();
+      return std::nullopt;
+    });
   };
-  Table1dText lower, short1d;
-  lower.header = "1d";
-  short1d.records = 255;
   const struct {
     const char* what;
     bool three_d;
     std::string text;
-  } cases[] = {{"short by one record", true, broken3d(-1, "", 33 * 33 * 33 - 1)},
+  } cases[] = {{"short by one record", true, table3d({}, 33 * 33 * 33 - 1)},
                {"a blank line ends the records", true, broken3d(500, "")},
-               {"five fields", true, broken3d(700, "0,0,0,1,2")},
-               {"an empty field", true, broken3d(900, "0,0,0,1,,2")},
-               {"last record short", true, broken3d(35936, "1,2,3,4")},
-               {"empty", true, ""},
-               {"commas", true, "3D\n" + std::string(100000, ',') + "\n"},
-               {"1-D empty", false, ""},
-               {"1-D lower-case header", false, lower.build()},
-               {"1-D short by one record", false, short1d.build()},
+               {"last record of five fields", true, broken3d(35936, "0,0,0,1,2")},
+               {"1-D lower-case header", false, table1d(256, "1d")},
+               {"1-D short by one record", false, table1d(255)},
                {"1-D record of three fields", false, "1D\n0,1,2\n"}};
   for (const auto& c : cases) {
     state_.Table3dStatus = 0;  // an earlier load succeeded
     EXPECT_EQ(c.three_d ? load3d(c.text) : load1d(c.text), c.three_d ? 18 : 17) << c.what;
     EXPECT_EQ(state_.Table3dStatus, 0) << c.what;
   }
-  EXPECT_EQ(load3d(broken3d(-1, "", 33 * 33 * 33 - 1)), 18);
+  EXPECT_EQ(load3d(table3d({}, 33 * 33 * 33 - 1)), 18);
   EXPECT_EQ(node(0, 0, 0), file_node_value(0, 0, 0));
   EXPECT_EQ(node(31, 31, 30), file_node_value(32, 32, 31));
   for (std::size_t at = kTable3dNodeBytes - 3; at < kTable3dBytes; ++at) ASSERT_EQ(alt_[at], 0);
 }
 
-// Without a name the first ZK3D*.DAT the listing returns, in any letter case.
-TEST_F(TableFiles, SearchTakesTheFirstMatchTheListingReturns) {
-  EXPECT_EQ(set_3d_file(state_, nullptr, Grid3d::Nodes32), 18) << "no table";
-  EXPECT_EQ(set_3d_file(state_, "ZK3DNONE.DAT", Grid3d::Nodes32), 18);
-  EXPECT_EQ(set_1d_file(state_, nullptr), 17);
-  EXPECT_EQ(set_1d_file(state_, "NO-SUCH.DAT"), 17);
-  EXPECT_TRUE(untouched(alt_) && untouched(table1d_));
-  Table3dText nines;
-  nines.record = [](int, int, int, int) { return std::optional<std::string>("0,0,0,9,9,9"); };
-  folder_.write("zk3da.dat", Table3dText{}.build());
-  folder_.write("ZK3DB.DAT", nines.build());
-  folder_.write("ZK3D.TXT", "not a table");
-  std::string first;
-  for (const auto& entry : std::filesystem::directory_iterator(folder_.path()))
-    if (first.empty() && entry.path().extension() != ".TXT")
-      first = entry.path().filename().string();
-  ASSERT_EQ(set_3d_file(state_, nullptr, Grid3d::Nodes32), 0);
-  EXPECT_EQ(node(3, 4, 5), (first == "zk3da.dat" ? file_node_value(4, 5, 6) : Rgb{9, 9, 9}));
-}
-
-// Listed by the directory, gone when opened: a dangling link, where the file
-// system lets this process make one.
-TEST_F(TableFiles, VanishedTableGivesEighteen) {
-  std::error_code refused;
-  std::filesystem::create_symlink("vanished-target", folder_.path() / "ZK3DGONE.DAT", refused);
-  if (refused) GTEST_SKIP() << "no symbolic links here: " << refused.message();
-  EXPECT_EQ(set_3d_file(state_, nullptr, Grid3d::Nodes32), 18);
-  EXPECT_TRUE(untouched(alt_));
-}
-
 TEST_F(TableFiles, MissingTableBufferIsOutOfMemory) {
-  folder_.write("ZK3DTEST.DAT", Table3dText{}.build());
+  folder_.write("ZK3DTEST.DAT", table3d());
   folder_.write("T.3DP", std::string(20 + kBinaryItems * kBinaryItemBytes, '\0'));
   state_.ColorTable3dAlt = nullptr;
   state_.Table1d = nullptr;
   EXPECT_EQ(set_3d_file(state_, "ZK3DTEST.DAT", Grid3d::Nodes32), ZKIMGSET_OUT_OF_MEMORY);
-  EXPECT_EQ(load1d(Table1dText{}.build()), ZKIMGSET_OUT_OF_MEMORY);
+  EXPECT_EQ(load1d(table1d()), ZKIMGSET_OUT_OF_MEMORY);
   EXPECT_EQ(load_3dp_file(state_, "/T.3DP"), ZKIMGSET_OUT_OF_MEMORY);
   EXPECT_EQ(state_.Table3dStatus, ZKIMGSET_NOT_LOADED);
 }

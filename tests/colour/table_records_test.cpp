@@ -64,51 +64,36 @@ TEST(GetNextRecord, SplitsAsTheFormatDoes) {
       {"stray carriage returns stripped", "ab\r\r\n", {{2, "ab"}, {0, ""}}},
       {"empty text", "", {{0, ""}}},
       {"longest record kept", k259 + "\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
-      {"longest record with CR LF", k259 + "\r\nzz\n", {{259, k259}, {2, "zz"}, {0, ""}}},
       {"an over-long line cut",
        k259 + std::string(41, 'y') + "\nzz\n",
-       {{259, k259}, {2, "zz"}, {0, ""}}},
-      {"an over-long final line cut", k259 + std::string(1000, 'w'), {{259, k259}, {0, ""}}}};
+       {{259, k259}, {2, "zz"}, {0, ""}}}};
   for (const auto& c : cases) EXPECT_EQ(read_records(c.text), c.records) << c.name;
 }
 
-TEST(GetNextRecord, NullArgumentsReadNothing) {
+TEST(TableRecords, NullArgumentsReadNothing) {
   char text[] = "abc\n";
   char* cursor = text;
   unsigned long left = 4;
   char record[kRecordBufferBytes] = {};
-  char* null_cursor = nullptr;
-  EXPECT_EQ(get_next_record(nullptr, &left, record), 0u);
-  EXPECT_EQ(get_next_record(&null_cursor, &left, record), 0u);
+  unsigned char c = 0;
   EXPECT_EQ(get_next_record(&cursor, nullptr, record), 0u);
   EXPECT_EQ(get_next_record(&cursor, &left, nullptr), 0u);
   EXPECT_EQ(cursor, text);
-  EXPECT_EQ(left, 4u);
+  EXPECT_EQ(load_3d_lut(nullptr, &c, &c, &c), 18);
+  EXPECT_EQ(load_1d_lut(text, nullptr, &c, &c), 17);
 }
 
-TEST(ClassifyString, SplitsAtEveryCommaAndStopsAtTheEnd) {
-  char record[] = "a,,bc";
-  char* cursor = record;
-  char field[kRecordBufferBytes];
-  const std::vector<std::pair<unsigned long, std::string>> expected = {
-      {1, "a"}, {0, ""}, {2, "bc"}, {0, ""}, {0, ""}};
-  for (const auto& [length, text] : expected) {
-    std::memset(field, 'q', sizeof field);
-    EXPECT_EQ(classify_string(&cursor, field), length);
-    EXPECT_EQ(std::string(field), text);
-  }
-}
-
-TEST(ClassifyString, CutsAFieldLongerThanItsBuffer) {
-  std::string record = std::string(400, '9') + ",7";
+TEST(ClassifyString, SplitsAtEveryCommaAndCutsLongFields) {
+  std::string record = std::string(400, '9') + ",,7";
   char* cursor = record.data();
   char field[kRecordBufferBytes + 8];
   std::memset(field, kGuard, sizeof field);
   EXPECT_EQ(classify_string(&cursor, field), kRecordMaxChars);
-  EXPECT_EQ(field[kRecordMaxChars], '\0');
-  EXPECT_EQ(field[kRecordBufferBytes], kGuard);
+  EXPECT_EQ(field[kRecordBufferBytes], kGuard) << "cut to its buffer";
+  EXPECT_EQ(classify_string(&cursor, field), 0u) << "an empty field";
   EXPECT_EQ(classify_string(&cursor, field), 1u);
   EXPECT_STREQ(field, "7");
+  EXPECT_EQ(classify_string(&cursor, field), 0u) << "the end";
 }
 
 TEST(LoadLut, ParsesFieldsAndCountsThem) {
@@ -117,14 +102,8 @@ TEST(LoadLut, ParsesFieldsAndCountsThem) {
     bool three_d;
     int status;
     unsigned char r, g, b;  // channels not written stay 0xEE
-  } cases[] = {{"0,0,0,12,34,56", true, 0, 12, 34, 56},
-               {"0,0,0,12,34", true, 18, 12, 34, 0xEE},
-               {"0,0,0,12,,56", true, 18, 12, 0xEE, 0xEE},
+  } cases[] = {{"0,0,0,12,,56", true, 18, 12, 0xEE, 0xEE},
                {"a,b,c, 7,+8,-1,more,fields", true, 0, 7, 8, 255},
-               {"x,y,z,abc,1x,2", true, 0, 0, 1, 2},
-               {",0,0,1,2,3", true, 18, 0xEE, 0xEE, 0xEE},
-               {"", true, 18, 0xEE, 0xEE, 0xEE},
-               {"7,300,-1,5", false, 0, 44, 255, 5},
                {"7,1,2", false, 17, 1, 2, 0xEE},
                {"0,1,2,3,4", false, 0, 1, 2, 3}};
   for (const auto& c : cases) {
@@ -138,30 +117,10 @@ TEST(LoadLut, ParsesFieldsAndCountsThem) {
   }
 }
 
-TEST(LoadLut, NullArgumentsFail) {
-  char record[] = "0,0,0,1,2,3";
-  unsigned char c = 0;
-  EXPECT_EQ(load_3d_lut(nullptr, &c, &c, &c), 18);
-  EXPECT_EQ(load_3d_lut(record, &c, nullptr, &c), 18);
-  EXPECT_EQ(load_1d_lut(record, nullptr, &c, &c), 17);
-  EXPECT_EQ(c, 0);
-}
-
 TEST(ParseLevel, ReadsAsAtoiAndKeepsTheLowByte) {
-  const std::pair<const char*, int> cases[] = {{"0", 0},
-                                               {"255", 255},
-                                               {"256", 0},
-                                               {"300", 44},
-                                               {"-1", 255},
-                                               {" \t\r\n-3x", 253},
-                                               {"+17", 17},
-                                               {"1 2", 1},
-                                               {"", 0},
-                                               {"-", 0},
-                                               {"x5", 0},
-                                               {"4294967297", 1},
-                                               {"-2147483648", 0},
-                                               {"99999999999999999999999", 255}};
+  const std::pair<const char*, int> cases[] = {
+      {"256", 0}, {"-1", 255}, {" \t\r\n-3x", 253}, {"+17", 17},
+      {"", 0},    {"x5", 0},   {"4294967297", 1},   {"99999999999999999999999", 255}};
   for (const auto& [text, value] : cases) EXPECT_EQ(parse_level(text), value) << text;
 }
 

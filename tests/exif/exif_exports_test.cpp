@@ -43,7 +43,7 @@ TEST(ExifExports, ReadCameraFilesIntoTheHostsRecords) {
 // The kernel's probes: a path or a record in memory that cannot be read or
 // written is refused, before anything is opened.
 TEST(ExifExports, RefuseUnreadablePathsAndUnwritableRecords) {
-  const GuardedPage page;
+  GuardedPage page;
   ExifParam out;
   EXPECT_EQ(GetExifParam(page.guard(), &out), ZKIMGSET_BAD_ARGUMENT);
   EXPECT_EQ(GetExifParam("photo.jpg", reinterpret_cast<ExifParam*>(page.guard())),
@@ -55,6 +55,10 @@ TEST(ExifExports, RefuseUnreadablePathsAndUnwritableRecords) {
   char* path = page.guard() - 10;
   std::memset(path, 'a', 10);
   EXPECT_EQ(GetExifParam(path, &out), ZKIMGSET_BAD_ARGUMENT);
+  // A record in memory that may be read but not written.
+  page.make_read_only();
+  EXPECT_EQ(GetExifParam("photo.jpg", reinterpret_cast<ExifParam*>(page.begin())),
+            ZKIMGSET_BAD_ARGUMENT);
 }
 #else
 TEST(ExifExports, ReadNoPathByteBeyondTheFirst260) {

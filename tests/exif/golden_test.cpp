@@ -4,12 +4,11 @@
 // on purpose are listed below with their reason.
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <set>
 #include <sstream>
 #include <string>
 
@@ -31,10 +30,8 @@ const std::map<std::string, std::string> kRefused = {
      "a palette TIFF (PhotometricInterpretation 3): unsupported image structure"},
 };
 
-// Camera files with fields of the wrong type, which no real file in the
-// collection has: the test writes them, and their golden lines were made by
-// running make_golden.pl over the copies it keeps when
-// ZKIMGSET_KEEP_TYPED_SAMPLES names a folder.
+// Camera files with fields of the wrong type, which no real file has: the
+// test writes them (ZKIMGSET_KEEP_TYPED_SAMPLES keeps copies for make_golden.pl).
 std::map<std::string, Bytes> typed_samples() {
   auto layout = [](Order order) {
     TiffLayout s;

@@ -1,4 +1,3 @@
-// Colour tables for the tests.
 #pragma once
 
 #include <cstdint>

@@ -14,10 +14,8 @@ class GuardedPage {
   GuardedPage(const GuardedPage&) = delete;
   GuardedPage& operator=(const GuardedPage&) = delete;
 
-  // The first byte past the usable page: the guard page.
-  char* guard() const { return base_ + size_; }
-  // The usable page.
-  char* begin() const { return base_; }
+  char* begin() const { return base_; }          // the usable page
+  char* guard() const { return base_ + size_; }  // the first byte past it
   std::size_t size() const { return size_; }
   // Makes the usable page read-only.
   void make_read_only();

@@ -1,12 +1,11 @@
-// Test helper: points the library's folders at a folder of the test's own.
 #pragma once
 
 #include <string>
 
 namespace zkimgset::testing {
 
-// Points the library folder (and the system directory) at a folder while in
-// scope.
+// Points the library folder (and the system directory) at a folder of the
+// test's own while in scope.
 class LibraryFolderScope {
  public:
   explicit LibraryFolderScope(const std::string& slashed_folder);

@@ -1,39 +1,34 @@
 #include "support/table_text.h"
 
 namespace zkimgset::testing {
+namespace {
+
+std::string record(const std::string& key, const Rgb& v) {
+  return key + "," + std::to_string(v[0]) + "," + std::to_string(v[1]) + "," +
+         std::to_string(v[2]) + "\n";
+}
+
+}  // namespace
 
 Rgb file_node_value(int i, int j, int k) {
   return {static_cast<std::uint8_t>(i * 7 + j), static_cast<std::uint8_t>(j * 5 + k + 1),
           static_cast<std::uint8_t>(255 - (i + j + k))};
 }
 
-Rgb level_value(int level) {
-  return {static_cast<std::uint8_t>(level), static_cast<std::uint8_t>(255 - level),
-          static_cast<std::uint8_t>(level / 2)};
-}
-
-std::string Table3dText::build() const {
-  std::string text = header + line_end;
+std::string table3d(const Replace& replace, int records, const std::string& header) {
+  std::string text = header + "\n";
   for (int index = 0; index < records; ++index) {
     const int i = index / (33 * 33), j = index / 33 % 33, k = index % 33;
-    std::optional<std::string> line = record ? record(index, i, j, k) : std::nullopt;
-    if (!line) {
-      const Rgb v = file_node_value(i, j, k);
-      line = std::to_string(i) + "," + std::to_string(j) + "," + std::to_string(k) + "," +
-             std::to_string(v.r) + "," + std::to_string(v.g) + "," + std::to_string(v.b);
-    }
-    text += *line + line_end;
+    const auto line = replace ? replace(index, i, j, k) : std::nullopt;
+    const std::string key = std::to_string(i) + "," + std::to_string(j) + "," + std::to_string(k);
+    text += line ? *line + "\n" : record(key, file_node_value(i, j, k));
   }
   return text;
 }
 
-std::string Table1dText::build() const {
-  std::string text = header + line_end;
-  for (int level = 0; level < records; ++level) {
-    const Rgb v = level_value(level);
-    text += std::to_string(level) + "," + std::to_string(v.r) + "," + std::to_string(v.g) + "," +
-            std::to_string(v.b) + line_end;
-  }
+std::string table1d(int records, const std::string& header) {
+  std::string text = header + "\n";
+  for (int level = 0; level < records; ++level) text += std::to_string(level) + ",1,2,3\n";
   return text;
 }
 

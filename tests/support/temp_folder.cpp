@@ -6,8 +6,7 @@
 
 namespace zkimgset::testing {
 
-// A fresh folder with a random name; create_directory refuses a name that
-// exists, so two tests never share one.
+// create_directory refuses a name that exists: two tests never share one.
 TempFolder::TempFolder() {
   std::random_device seed;
   std::mt19937_64 random(seed());

@@ -1,5 +1,4 @@
-// Test helper: a temporary folder removed with its contents, and files
-// written into it.
+// A temporary folder removed with its contents, and files written into it.
 #pragma once
 
 #include <filesystem>
