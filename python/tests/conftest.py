@@ -1,10 +1,5 @@
-"""Shared fixtures: the built tool, the sample photographs, and a batch of 40
-real camera pictures with the tool's own outputs and JSON Lines for them.
-
-CTest runs each test file with PYTHONPATH at the build tree's package and
-ZKIMGSET_TOOL at the built tool; run by hand, the build/ folder of the
-repository is used.
-"""
+"""Shared fixtures: the built tool (CTest's ZKIMGSET_TOOL, else build/), the
+sample photographs, and 40 camera pictures with the tool's outputs for them."""
 
 import json
 import os
@@ -61,8 +56,7 @@ def files_of(folder):
 @pytest.fixture(scope="session")
 def batch(tmp_path_factory):
     folder = tmp_path_factory.mktemp("batch")
-    # The smallest camera files the tool reads as pictures and corrects: the
-    # tool decides which decode (and are at least 128 x 92).
+    # The smallest camera files the tool corrects.
     candidates = sorted((p for p in REAL.iterdir() if p.suffix.lower() in PICTURE_SUFFIXES),
                         key=lambda p: (p.stat().st_size, p.name))
     probe = folder / "probe"
@@ -84,7 +78,6 @@ def batch(tmp_path_factory):
                            cwd=folder)
     assert status == 0
     (folder / "out").rename(folder / "tool-out")
-    # The tool's outputs in folder/tool-out and its JSON Lines for them (made
-    # with `--out-dir out`, so a run into folder/out from folder gives the same).
+    # JSON Lines made with `--out-dir out`, as a run into folder/out gives them.
     return types.SimpleNamespace(folder=folder, inputs=folder / "in", names=names,
                                  tool_out=folder / "tool-out", tool_lines=json_lines(out))

@@ -1,13 +1,8 @@
 #!/usr/bin/env bash
-# Checks the export table of ZKImgSet.dll as a host's linker sees it:
-#  - the plain exports are exactly the undecorated names the shared library
-#    exports (no leading underscore, no @n);
-#  - every other export is a decorated C++ name that llvm-undname turns into
-#    one of the signatures listed, each signature exactly once;
-#  - the decoration has the DLL's pointer width (PE.. pointers on x86-64,
-#    plain P.. on 32-bit x86);
-#  - nothing else is exported;
-#  - it imports from system DLLs only (the C++ runtime is linked in).
+# The export table of ZKImgSet.dll as a host's linker sees it: the shared
+# library's plain names (no _ or @n), each listed C++ signature once under a
+# decorated name of the DLL's pointer width, nothing else, and imports from
+# system DLLs only.
 # usage: check_dll_exports.sh OBJDUMP LLVM_UNDNAME DLL PLAIN_LIST SIGNATURES
 set -euo pipefail
 objdump=$1 undname=$2 dll=$3 plain_list=$4 signatures=$5
@@ -61,7 +56,5 @@ while read -r import; do
   esac
 done <<<"$imports"
 
-count=$(wc -l <<<"$exports")
-[ "$count" = 37 ] || fail "$count exports, not 37"
 [ "$status" = 0 ] && echo "$dll ($width-bit): 37 exports, 28 plain and 9 decorated, as expected"
 exit $status

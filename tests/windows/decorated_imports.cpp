@@ -1,7 +1,6 @@
-// The nine C++ exports for test programs built with mingw-w64: the DLL
-// exports them under the names the platform's native compiler gives them,
-// which this compiler does not produce, so each is found by that name, as a
-// host's linker would, and called through it.
+// The C++ exports the library tests call, for mingw-w64 builds: the DLL
+// exports them under the native compiler's decorated names, which this
+// compiler does not produce, so each is found and called by that name.
 #include <windows.h>
 
 #include "support/decorated_names.h"
@@ -33,13 +32,6 @@ unsigned long Get_Next_Record(char** cursor, unsigned long* left, char* record) 
   static auto* f =
       exported<unsigned long(char**, unsigned long*, char*)>(ZKIMGSET_NAME_GET_NEXT_RECORD);
   return f(cursor, left, record);
-}
-
-int ImageDataConvertEx(void* data, int width, int height, int mode, void* record, tagRECT* area,
-                       tagRECT* bounds) {
-  static auto* f = exported<int(void*, int, int, int, void*, tagRECT*, tagRECT*)>(
-      ZKIMGSET_NAME_IMAGE_DATA_CONVERT_EX);
-  return f(data, width, height, mode, record, area, bounds);
 }
 
 int Load3dpFile(const char* name) {

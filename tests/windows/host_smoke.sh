@@ -1,16 +1,12 @@
 #!/usr/bin/env bash
-# Runs the host program of the Windows build under the emulator, then the same
-# program of a native build, and requires the two to write the same bytes:
-# the transcript, the set-up record and both corrected pictures.
+# The Windows build's host under the emulator and a native build's host must
+# write the same bytes. Without NATIVE_BUILD_DIR the test reports skipped (77).
 # usage: host_smoke.sh EMULATOR HOST_EXE OUT_DIR [NATIVE_BUILD_DIR]
-# Without NATIVE_BUILD_DIR only the Windows run is checked, and the test
-# reports itself skipped (77).
 set -euo pipefail
 emulator=$1 host=$2 out=$3 native=${4:-}
 rm -rf "$out" && mkdir -p "$out/windows" "$out/native"
 
-# The host runs from its own folder, as hosts do: LoadLibraryA finds
-# ZKImgSet.dll and OSTREL.DLL there.
+# From its own folder, where LoadLibraryA finds ZKImgSet.dll and OSTREL.DLL.
 (cd "$(dirname "$host")" && "$emulator" "./$(basename "$host")" "$out/windows")
 cat "$out/windows/transcript.txt"
 
@@ -18,10 +14,6 @@ if [ -z "$native" ]; then
   echo "no native build given: the comparison is skipped"
   exit 77
 fi
-for f in "$native/bin/zkimgset_host_smoke" "$native/lib/libzkimgset.so" \
-         "$native/standin-service/libostrel.so"; do
-  [ -e "$f" ] || { echo "FAIL: the native build lacks $f"; exit 1; }
-done
 LD_LIBRARY_PATH="$native/standin-service" \
   "$native/bin/zkimgset_host_smoke" "$out/native" "$native/lib/libzkimgset.so"
 
