@@ -202,12 +202,17 @@ std::string summary_json(const PictureSummary& s) {
 
 std::string adjustment_members(const Adjustments& a) {
   std::string out;
-  for (const AdjustmentField& f : kAdjustmentFields)
-    out += (out.empty() ? "\"" : ",\"") + std::string(f.key) + "\":" + std::to_string(a.*f.member);
+  for (const AdjustmentField& f : kAdjustmentFields) {
+    if (!out.empty()) out += ',';
+    out.append("\"").append(f.key).append("\":").append(std::to_string(a.*f.member));
+  }
   return out;
 }
 
-std::string adjustments_json(const Adjustments& a) { return "{" + adjustment_members(a) + "}"; }
+std::string adjustments_json(const Adjustments& a) {
+  std::string out("{");
+  return out.append(adjustment_members(a)).append("}");
+}
 
 namespace {
 
