@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
-# Installs the build into a temporary prefix, then builds the example C
-# program against the installed copy twice, through pkg-config and through
-# find_package, and runs both and the installed tool with no LD_LIBRARY_PATH:
-# each finds the library through its RPATH, and the library finds the
-# default tables installed beside it.
+# Builds the example C program against an installed copy, through pkg-config
+# and find_package, and runs both and the tool with no LD_LIBRARY_PATH: each
+# finds the library by its RPATH, and the library its tables beside it.
 # usage: install_test.sh BUILD_DIR SOURCE_DIR C_COMPILER
 set -euo pipefail
 build=$1 source=$2 cc=$3

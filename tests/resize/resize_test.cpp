@@ -56,84 +56,40 @@ Resized resize(const testing::TestPicture& p, int w, int h) {
   EXPECT_EQ(resize_exec(&header, source.data(), &out.header, out.pixels.data(), w, h), 0);
   EXPECT_EQ(out.header.biWidth, plan.result_width);
   EXPECT_EQ(out.header.biHeight, plan.result_height);
+  EXPECT_EQ(out.header.biXPelsPerMeter, 2834) << "the rest of the header is the source's";
   EXPECT_EQ(std::count(out.pixels.begin() + std::ptrdiff_t(bytes), out.pixels.end(), 0xCD),
             std::ptrdiff_t(kGuard))
       << "nothing is written past the planned size";
   return out;
 }
 
-// The cut keeps the target's proportions; the kernel follows the scale.
+// The cut keeps the target's proportions, the kernel follows the scale, and
+// kernels 3 and 4 size the result from the cut (one row less, more, or none).
 TEST(Resize, PlanCutsToTheTargetsProportionsAndPicksTheKernelByScale) {
   const struct {
-    int src_w, src_h, w, h, cut_left, cut_top, cut_w, cut_h, kernel;
-  } cases[] = {{400, 300, 132, 96, 0, 4, 400, 291, 4},  {1000, 100, 100, 100, 450, 0, 100, 100, 1},
-               {100, 100, 100, 100, 0, 0, 100, 100, 1}, {100, 100, 300, 300, 0, 0, 100, 100, 1},
-               {100, 100, 50, 50, 0, 0, 100, 100, 2},   {100, 100, 99, 99, 0, 0, 100, 100, 2},
-               {100, 100, 49, 49, 0, 0, 100, 100, 3},   {100, 100, 34, 34, 0, 0, 100, 100, 3},
-               {100, 100, 33, 33, 0, 0, 100, 100, 4}};
+    int src_w, src_h, w, h, cut_left, cut_top, cut_w, cut_h, kernel, result_w, result_h;
+  } cases[] = {
+      {400, 300, 132, 96, 0, 4, 400, 291, 4, 132, 96},
+      {1000, 100, 100, 100, 450, 0, 100, 100, 1, 100, 100},
+      {100, 100, 100, 100, 0, 0, 100, 100, 1, 100, 100},
+      {100, 100, 99, 99, 0, 0, 100, 100, 2, 99, 99},
+      {100, 100, 50, 50, 0, 0, 100, 100, 2, 50, 50},
+      {100, 100, 49, 49, 0, 0, 100, 100, 3, 49, 49},
+      {100, 100, 34, 34, 0, 0, 100, 100, 3, 34, 34},
+      {100, 100, 33, 33, 0, 0, 100, 100, 4, 33, 33},
+      {300, 300, 100, 130, 34, 0, 231, 300, 3, 100, 129},
+      {811, 865, 79, 284, 285, 0, 240, 865, 4, 79, 285},
+      {65, 319, 1, 1, 0, 127, 65, 64, 4, 1, 0},
+      {1, 10, 1, 20, 0, 0, 0, 10, 1, 1, 20},  // a cut less than a pixel wide
+  };
   for (const auto& c : cases) {
     const ZKImgSetResizePlan p = plan_of(c.src_w, c.src_h, c.w, c.h);
-    EXPECT_EQ((std::array{p.cut_left, p.cut_top, p.cut_width, p.cut_height, p.kernel}),
-              (std::array{c.cut_left, c.cut_top, c.cut_w, c.cut_h, c.kernel}))
+    EXPECT_EQ(
+        (std::array{p.cut_left, p.cut_top, p.cut_width, p.cut_height, p.kernel, p.result_width,
+                    p.result_height}),
+        (std::array{c.cut_left, c.cut_top, c.cut_w, c.cut_h, c.kernel, c.result_w, c.result_h}))
         << c.src_w << "x" << c.src_h << " to " << c.w << "x" << c.h;
-  }
-}
-
-TEST(Resize, SameSizeAveragesEachPixelWithTheNext) {
-  const testing::TestPicture p = testing::noise_picture(9, 7, 4);
-  const Resized out = resize(p, 9, 7);
-  EXPECT_EQ(out.header.biWidth, 9);
-  EXPECT_EQ(out.header.biPlanes, 1) << "the rest of the header is the source's";
-  // One row pass, then one column pass, each (a + b + 1) / 2.
-  auto row_mean = [&](int x, int y) {
-    const int last = p.width - 1;
-    const int a = p.pixel(x, y)[0], b = p.pixel(std::min(x + 1, last), y)[0];
-    return (a + b + 1) / 2;
-  };
-  for (int y = 0; y < 7; ++y)
-    for (int x = 0; x < 9; ++x) {
-      const int below = std::min(y + 1, 6);
-      EXPECT_EQ(out.pixel(x, y)[0], (row_mean(x, y) + row_mean(x, below) + 1) / 2) << x << "," << y;
-    }
-}
-
-TEST(Resize, StrongReductionWritesItsSizeAndBlackensThinOutputs) {
-  const testing::TestPicture p(400, 300,
-                               [](int, int, std::uint8_t* px) { px[0] = px[1] = px[2] = 200; });
-  const Resized out = resize(p, 132, 96);
-  EXPECT_EQ(out.header.biWidth, 132);
-  EXPECT_EQ(out.header.biHeight, 96);
-  // 400 / 132: outputs of three or four taps keep the level (the weights sum
-  // to 65536); with 3.03 source pixels an output some outputs cover only two
-  // or three taps.
-  int black = 0, grey = 0;
-  for (int x = 0; x < 132; ++x) {
-    const int v = out.pixel(x, 50)[0];
-    black += v == 0;
-    grey += v >= 199 && v <= 201;
-  }
-  EXPECT_EQ(black + grey, 132);
-  EXPECT_GT(black, 0) << "outputs of two taps come out black";
-  EXPECT_EQ(out.pixel(0, 50)[0], 0) << "the first output covers two pixels";
-}
-
-// Kernels 3 and 4 size the result from the cut: kernel 3 measures the
-// height against twice the new width and gives one row less; kernel 4's
-// height can be one more than asked, or none at all.
-TEST(Resize, ResultSizeIsTheOneTheCutGives) {
-  const struct {
-    int src_w, src_h, w, h, kernel, result_w, result_h;
-  } cases[] = {
-      {300, 300, 100, 130, 3, 100, 129},
-      {811, 865, 79, 284, 4, 79, 285},
-      {65, 319, 1, 1, 4, 1, 0},
-  };
-  for (const auto& c : cases) {
-    const ZKImgSetResizePlan plan = plan_of(c.src_w, c.src_h, c.w, c.h);
-    EXPECT_EQ(plan.kernel, c.kernel);
-    const Resized out = resize(testing::noise_picture(c.src_w, c.src_h, 8), c.w, c.h);
-    EXPECT_EQ(out.header.biWidth, c.result_w) << c.src_w << "x" << c.src_h;
-    EXPECT_EQ(out.header.biHeight, c.result_h) << c.src_w << "x" << c.src_h;
+    resize(testing::noise_picture(c.src_w, c.src_h, 8), c.w, c.h);
   }
 }
 
@@ -141,14 +97,10 @@ TEST(Resize, ResultSizeIsTheOneTheCutGives) {
 // wide: every output then takes the cut's first pixel.
 TEST(Resize, ACutNarrowerThanAPixelRepeatsItsFirstPixel) {
   const testing::TestPicture p = testing::noise_picture(1, 10, 3);
-  const ZKImgSetResizePlan plan = plan_of(1, 10, 1, 20);
-  EXPECT_EQ(plan.cut_width, 0);
-  EXPECT_EQ(plan.kernel, 1);
   const Resized out = resize(p, 1, 20);
-  for (int y = 0; y < 20; ++y) EXPECT_EQ(out.pixel(0, y)[0], p.pixel(0, plan.cut_top)[0]) << y;
+  for (int y = 0; y < 20; ++y) EXPECT_EQ(out.pixel(0, y)[0], p.pixel(0, 0)[0]) << y;
 }
 
-// The sanitizer build turns this into a bounds check of every kernel.
 TEST(Resize, SweepOfSizesStaysInsideThePlannedBuffers) {
   const int sizes[] = {1, 2, 3, 5, 16, 47, 128, 333};
   for (int w : sizes)
@@ -165,10 +117,8 @@ std::uint64_t digest(const std::vector<std::uint8_t>& bytes) {
   return h;
 }
 
-// The vector passes give the plain passes' bytes, which are the recorded
-// ones (ZKIMGSET_PRINT_RESIZE=1 prints them), for every kernel, on sizes
-// whose rows end inside a block of eight and whose last columns fall back to
-// the plain pass.
+// Both passes give the recorded bytes (ZKIMGSET_PRINT_RESIZE=1 prints them)
+// for every kernel, on rows that end inside a block of eight.
 TEST(Resize, EveryKernelGivesItsRecordedBytesOnBothPasses) {
   const struct {
     int src_w, src_h, w, h;
@@ -182,6 +132,7 @@ TEST(Resize, EveryKernelGivesItsRecordedBytesOnBothPasses) {
       {640, 480, 157, 118, 0x80B59EF0FF3D40D0ull},   // kernel 4, few taps
       {997, 13, 61, 5, 0xAFEA27FC25F4E89Cull},       // kernel 4, many taps
       {9, 700, 5, 350, 0xEA39DD4B1A033C71ull},       // a cut too narrow for a block
+      {400, 300, 132, 96, 0xE2BDAEADFAC6E250ull},    // kernel 4, outputs of two taps are black
   };
   bool kernels[5] = {};
   for (const auto& c : cases) {
@@ -201,11 +152,10 @@ TEST(Resize, EveryKernelGivesItsRecordedBytesOnBothPasses) {
   EXPECT_TRUE(kernels[1] && kernels[2] && kernels[3] && kernels[4]);
 }
 
-TEST(Resize, RefusesMissingBuffersAndEmptySizes) {
+TEST(Resize, RefusesMissingBuffersAndTopDownBitmaps) {
   ZKImgSetBitmapInfoHeader header{40, 10, 10, 1, 24, 0, 0, 0, 0, 0, 0}, out{};
   std::vector<std::uint8_t> pixels(zkimgset_bitmap_bytes(10, 10));
   EXPECT_EQ(resize_exec(nullptr, pixels.data(), &out, pixels.data(), 5, 5), ZKIMGSET_BAD_ARGUMENT);
-  EXPECT_EQ(resize_exec(&header, pixels.data(), &out, pixels.data(), 0, 5), ZKIMGSET_BAD_ARGUMENT);
   header.biHeight = -10;
   EXPECT_EQ(resize_exec(&header, pixels.data(), &out, pixels.data(), 5, 5), ZKIMGSET_BAD_ARGUMENT);
 }

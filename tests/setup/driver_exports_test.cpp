@@ -1,11 +1,18 @@
-// The set-up exports as a host calls them, with no Exif-tag service on the
-// machine.
+// The set-up and analysis exports as a host calls them, with no Exif-tag
+// service on the machine; the argument rules are the drivers' own tests.
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
 #include <vector>
 
+#include "support/temp_folder.h"
 #include "zkimgset/zkimgset.h"
 
 namespace {
@@ -31,27 +38,9 @@ TEST(DriverExports, ConfiguringTheLibrarysOwnAnalysis) {
   AutoSetupParam record;
   ASSERT_EQ(GetAtParamEx(pixels.data(), 320, 240, &record, 0, 0, 0), ZKIMGSET_OK);
   EXPECT_NE(record.sat_coef[0], 1024) << "the full saturation stage ran";
-}
-
-TEST(DriverExports, ArgumentsAreCheckedBeforeTheService) {
-  std::vector<unsigned char> pixels(3 * 100 * 100, 80);
-  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 15, 16, 45, 24, 0, 255, 0, 0), ZKIMGSET_BAD_SIZE);
-  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 16, 0, 255, 0, 0), ZKIMGSET_BAD_ARGUMENT);
-  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 24, 0, 1, 7, 9),
+  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 320, 240, 960, 24, 0, 1, 7, 9),
             ZKIMGSET_SERVICE_MISSING);
-  EXPECT_EQ(AutoSetupExecEx(pixels.data(), 100, 100, 300, 24, 0, 255, 0, 0),
-            ZKIMGSET_SERVICE_MISSING);
-  EXPECT_EQ(ImageDataConvert(pixels.data(), 100, 100), ZKIMGSET_SERVICE_MISSING);
 }
-
-}  // namespace
-
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <string>
-
-namespace {
 
 // ImageDataConvert sets the colour conversion mode to 1 for all later calls:
 // Den2Vorn then applies the 1-D table, which the default mode 3 leaves out.
@@ -78,6 +67,31 @@ TEST(DriverExports, ImageDataConvertLeavesColourConversionModeOne) {
   EXPECT_EQ(pixels[0], 255 - 40) << "mode 1: the 1-D table too";
   SetColorConvMode(3);
   ASSERT_EQ(Set1dFile("ZK1DDATA.DAT"), ZKIMGSET_OK);
+}
+
+// The DIBits variant and SetExifParam only store the shooting values (the
+// fourth word carries LightSource in its low half and Flash in its high),
+// which the dump shows.
+TEST(AnalysisExports, ShootingValuesStoredByDIBitsAndSetExifParamShowInTheDump) {
+  AutoSetupParam record;
+  std::memset(&record, 0x5A, sizeof record);
+  const AutoSetupParam before = record;
+  const zkimgset::testing::TempFolder folder;
+  tagRECT rect{0, 0, 127, 91};
+  auto thumb = std::make_unique<_ThumbnailData>();
+  auto dumped = [&](const char* name) {
+    DumpAutoSetupParam(folder.slashed().c_str(), name, &rect, thumb.get());
+    std::ifstream in(folder.path() / (std::string(name) + "_AutoSetupParam.txt"));
+    return std::string{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  };
+  EXPECT_EQ(GetAtParamFromDIBitsEx(nullptr, 0, 0, &record, 7, 10, 25), ZKIMGSET_OK);
+  EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+  EXPECT_NE(dumped("d").find("Flash : 7\nBrightnessValueChild\t25\nBrightnessValueMother\t10\n"),
+            std::string::npos);
+  ASSERT_EQ(SetExifParam(0, 33, 10, (25u << 16) | 4u, 0, 0, 0, 0, 0, 0), ZKIMGSET_OK);
+  EXPECT_NE(dumped("e").find("Flash : 25\nBrightnessValueChild\t33\nBrightnessValueMother\t10\n"),
+            std::string::npos);
+  EXPECT_EQ(GetAtParamFromDIBits(nullptr, 0, 0, nullptr), ZKIMGSET_OK);  // back to 255, 0, 0
 }
 
 }  // namespace

@@ -93,12 +93,10 @@ struct Walk {
 TEST(PlanarPass, VectorTwinWalksThePlanesAsThePlainOne) {
   const Walk walks[] = {
       {"4:2:0, odd size", 37, 9, 2, 2, 37 * 9, 19 * 5, 19 * 5},
-      {"4:2:0, chroma runs out mid-picture", 40, 8, 2, 2, 320, 50, 50},
       {"4:2:2", 33, 5, 2, 1, 33 * 5, 17 * 5, 17 * 5},
       {"4:4:0", 24, 7, 1, 2, 24 * 7, 24 * 4, 24 * 4},
       {"4:4:4, chroma ends inside a block", 16, 4, 1, 1, 64, 61, 61},
       {"Y plane shorter than the bounds", 48, 6, 2, 2, 48 * 6 - 13, 24 * 3, 24 * 3},
-      {"bounds far past tiny planes", 64, 4, 2, 2, 100, 3, 3},
       {"Cb and Cr of different lengths", 32, 6, 2, 2, 192, 48, 30},
       {"one pixel", 1, 1, 2, 2, 1, 1, 1},
   };

@@ -1,14 +1,18 @@
-// Process attach and detach on states of the tests' own.
-#include "frame/attach.h"
-
+// The frame on states of the tests' own: process attach and detach, the
+// table-status gate in front of the image conversions, and the binding of
+// the Exif-tag service (all nine functions, or nothing: the driver's tests).
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
+#include <optional>
 #include <set>
 
-#include "colour/table_limits.h"
+#include "frame/attach.h"
+#include "frame/service_binding.h"
+#include "frame/table_gate.h"
+#include "platform/dynamic_library.h"
 #include "support/library_folder_scope.h"
+#include "support/loaded_library.h"
 #include "support/temp_folder.h"
 
 namespace zkimgset {
@@ -40,10 +44,9 @@ class CountingAllocator final : public platform::ZeroedAllocator {
 // The default tables written beside the built library.
 const std::string kDefaultTables = ZKIMGSET_TEST_TABLE_DIR "/";
 
-int node_input(int n) { return n == 0 ? 0 : 8 * n + 7; }
-
 // Each allocation failing in turn skips the later ones; a second attach
-// keeps the buffers that exist; detach releases everything.
+// keeps the buffers that exist; detach releases everything. What the
+// default tables hold is the conversion exports' tests'.
 TEST(Attach, LoadsTablesSurvivesFailedAllocationsAndReleasesEverything) {
   testing::TempFolder empty;
   const struct {
@@ -74,21 +77,49 @@ TEST(Attach, LoadsTablesSurvivesFailedAllocationsAndReleasesEverything) {
     EXPECT_EQ(state.Table1dStatus, c.table1d);
     EXPECT_EQ(state.MakerText1[0], 0);
     EXPECT_EQ(state.MakerText2[259], 0);
-    if (c.tables && c.fail_at == 0) {
-      // Identity tables: every node holds its own input, every 1-D row its level.
-      for (int n = 0; n < 32; ++n) {
-        const std::size_t at = ((static_cast<std::size_t>(n) * 32 + (31 - n)) * 32 + n / 2) * 3;
-        EXPECT_EQ(state.ColorTable3dAlt[at], node_input(n));
-        EXPECT_EQ(state.ColorTable3dAlt[at + 1], node_input(31 - n));
-        EXPECT_EQ(state.ColorTable3dAlt[at + 2], node_input(n / 2));
-      }
-      for (int level = 0; level < 256; ++level)
-        for (int ch = 0; ch < 3; ++ch) ASSERT_EQ(state.Table1d[3 * level + ch], level);
-    }
     detach(state);
     EXPECT_EQ(allocator.live(), 0u);
     EXPECT_EQ(state.ColorTable3dAlt, nullptr);
   }
+}
+
+struct GateCase {
+  std::int16_t mode;
+  std::int32_t table1d, table3d;
+  int expected;
+};
+
+class TableGate : public ::testing::TestWithParam<GateCase> {};
+
+TEST_P(TableGate, ReportsTheTableTheModeNeeds) {
+  LibraryState state;
+  state.ColorConvMode = GetParam().mode;
+  state.Table1dStatus = GetParam().table1d;
+  state.Table3dStatus = GetParam().table3d;
+  EXPECT_EQ(table_status_gate(state), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Modes, TableGate,
+    ::testing::Values(GateCase{0, 0, 0, 0}, GateCase{0, 17, 18, 17},  // 1-D reported first
+                      GateCase{0, 0, 18, 18}, GateCase{0, 0, -1, -1}, GateCase{1, 17, 0, 17},
+                      GateCase{1, 0, 18, 0}, GateCase{2, 17, 0, 0}, GateCase{2, 17, 18, 18},
+                      GateCase{3, 17, 18, 0}, GateCase{-1, 17, 18, 0}, GateCase{7, -1, -1, 0}));
+
+TEST(ServiceBinding, BindsAllNineAndReleasesThem) {
+  platform::override_service_library(ZKIMGSET_TEST_FAKE_SERVICE);
+  ServiceBinding binding;
+  ASSERT_EQ(bind_service(binding), 0);
+  EXPECT_TRUE(binding.bound());
+  void* module = binding.module;
+  EXPECT_EQ(bind_service(binding), 0) << "a second bind reuses the module";
+  EXPECT_EQ(binding.module, module);
+  EXPECT_EQ(unbind_service(binding), 0);
+  EXPECT_FALSE(binding.bound());
+  EXPECT_EQ(binding.create_exif_tag, nullptr);
+  EXPECT_FALSE(testing::library_loaded(ZKIMGSET_TEST_FAKE_SERVICE));
+  EXPECT_EQ(unbind_service(binding), 0) << "unbinding twice is harmless";
+  platform::override_service_library(std::nullopt);
 }
 
 }  // namespace
