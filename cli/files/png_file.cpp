@@ -183,6 +183,9 @@ std::string encode_png_picture(const Picture& picture, const Metadata& meta) {
                  has_alpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     // A profile from another format; a PNG's own comes as its raw chunk.
+    // libpng refuses a few profiles that cameras ship ("known incorrect
+    // sRGB profile") by an error unless such errors are made warnings.
+    png_set_benign_errors(png, 1);
     if (!raw_profile && !meta.icc.empty())
       png_set_iCCP(png, info, "ICC profile", 0, reinterpret_cast<png_const_bytep>(meta.icc.data()),
                    static_cast<png_uint_32>(meta.icc.size()));
