@@ -132,6 +132,8 @@ constexpr Row kFileRows[] = {
      "empty.png: not a picture (empty file)|Corrected 1 of 6|files: in.jpg\n"},
     {"TOOL autosetup D/in.jpg -o /proc/zkimgset-test.jpg", 1,
      "cannot write /proc/zkimgset-test.jpg"},
+    {"TOOL autosetup D/in.jpg --out-dir /proc/zkimgset-test", 1,
+     "cannot create the folder /proc/zkimgset-test"},
     {"TOOL autosetup D/in.jpg -o D/in.jpg", 1, "--in-place"},
     {"TOOL autosetup D/damaged.jpg -o D/damaged-out.jpg", 0,
      "2 extraneous bytes before marker 0xdb"},
@@ -153,7 +155,12 @@ constexpr Row kFileRows[] = {
      "deep/sub/b.jpg: 320 x 240 JPEG"},
     {"TOOL autosetup D/in.jpg -o D/taken.jpg --no-clobber && cat D/taken.jpg", 0,
      "1 skipped: 1 outputs exist (--no-clobber)|keep me"},
-    {"TOOL tables D/good.dat D/bad.dat", 1, "1-D table, 256 records|line 5: malformed record"},
+    {"TOOL tables D/good.dat D/bad.dat D/short.dat", 1,
+     "1-D table, 256 records|line 5: malformed record \"3,3\"|no line feed at the end"},
+    {"TOOL tables", 0, "ZK3DDATA.DAT: library status 0"},
+    {"TOOL analyse --json D/in.jpg --dump D/dump && stat -c %s D/dump/in_ThumbYCC128x92.raw", 0,
+     "\"tone\":[0,|\"yy_select\":|\n35328\n"},
+    {"TOOL analyse --json D/in.jpg - < D/in.jpg", 0, "}\n{\"file\":\"-\""},
     // Exif across formats: into a TIFF's tags and directories, and back.
     {"TOOL autosetup -q " ZKIMGSET_TEST_DATA_DIR "/../../examples/photos/dark-party.jpg -o D/x.tif "
      "&& TOOL autosetup -q D/x.tif -o D/x.jpg && TOOL analyse D/x.jpg",
@@ -195,6 +202,8 @@ TEST_F(Tool, CommandLinesWithTheirStatusMessagesAndFiles) {
   std::string damaged = original;
   damaged.insert(damaged.find("\xFF\xDB"), std::string("\0\0", 2));
   spit(path("damaged.jpg"), damaged);
+  EXPECT_EQ(decode_picture(damaged, kMaxSide).notes.size(), 1u);
+  EXPECT_THROW(decode_picture(original.substr(0, original.size() / 2), kMaxSide), Failure);
   fs::create_directories(path("in/sub"));
   write_jpeg("in/a.jpg", 320, 240);
   write_jpeg("in/sub/b.jpg", 320, 240);
@@ -208,6 +217,7 @@ TEST_F(Tool, CommandLinesWithTheirStatusMessagesAndFiles) {
   }
   spit(path("good.dat"), good);
   spit(path("bad.dat"), bad);
+  spit(path("short.dat"), good.substr(0, good.size() - 1));
   fs::create_directories(path("w"));
   Picture flat = test_picture(200, 150, Format::Jpeg), busy = test_picture(240, 180, Format::Jpeg);
   std::fill(flat.rgb.begin(), flat.rgb.end(), 128);
@@ -248,6 +258,8 @@ TEST(ToolUsage, MistakesExitWithTwoAndSayWhyHelpSucceeds) {
       {"autosetup a.jpg b.jpg -o c.jpg", 2, "use --out-dir for 2 pictures"},
       {"autosetup a.jpg -o b.jpg --level 200", 2, "--level: 200 is outside 70..130"},
       {"autosetup a.jpg -o b.jpg --mode 0xZZ", 2, "not a hexadecimal number"},
+      {"autosetup a.jpg -o b.jpg --contrast=31", 2, "--contrast: 31 is outside -30..30"},
+      {"autosetup a.jpg -o b.jpg --saturation", 2, "--saturation needs a value"},
       {"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", 2, "three numbers"},
       {"--version", 0, "zkimgset " ZKIMGSET_CLI_VERSION " (library "},
       {"autosetup --help", 0, "Usage: zkimgset autosetup"},
@@ -268,6 +280,7 @@ TEST_F(Tool, CorrectsAndKeepsMetadataByteForByte) {
   jpeg.meta.jpeg_segments = {
       exif_segment(), jpeg_segment(0xE1, std::string("http://ns.adobe.com/xap/1.0/\0", 29) + xmp),
       jpeg_segment(0xE2, std::string("ICC_PROFILE\0\x01\x01", 14) + "profile bytes"),
+      jpeg_segment(0xED, std::string("Photoshop 3.0\0", 14) + "8BIM\x04\x04 iptc"),
       jpeg_segment(0xFE, "a comment")};
   write("in.jpg", jpeg);
   Picture png = test_picture(200, 150, Format::Png);
@@ -276,7 +289,8 @@ TEST_F(Tool, CorrectsAndKeepsMetadataByteForByte) {
     png.alpha[i] = static_cast<std::uint8_t>(i * 7);
   png.meta.png_chunks_before = {std::string("tEXtTitle\0Harbour", 17),
                                 std::string("eXIf") + exif_segment().substr(10)};
-  png.meta.png_chunks_after = {std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp};
+  png.meta.png_chunks_after = {std::string("tIME\x07\xE9\x01\x02\x03\x04\x05", 11),
+                               std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp};
   write("in.png", png, Format::Png);
 
   for (const char* name : {"in.jpg", "in.png"}) {
@@ -290,20 +304,33 @@ TEST_F(Tool, CorrectsAndKeepsMetadataByteForByte) {
     EXPECT_EQ(after.meta.png_chunks_after, before.meta.png_chunks_after) << name;
     EXPECT_EQ(after.meta.xmp, xmp) << name;
   }
-  EXPECT_EQ(decode_picture(slurp(path("in.jpg")), kMaxSide).meta.jpeg_segments.size(), 4u);
+  EXPECT_EQ(decode_picture(slurp(path("in.jpg")), kMaxSide).meta.jpeg_segments.size(), 5u);
   EXPECT_EQ(slurp(path("out/in.jpg")).substr(2, 2), "\xFF\xE1");
 
   // A camera TIFF with Exif, IPTC and XMP.
   const std::string tiff = std::string(ZKIMGSET_TEST_DATA_DIR) + "/exif/real/ev_Reagan.tiff";
   ASSERT_EQ(run_tool("autosetup " + tiff + " -o " + path("out.tif")).status, 0);
   const Picture before = decode_picture(slurp(tiff), kMaxSide);
-  const Picture after = decode_picture(slurp(path("out.tif")), kMaxSide);
+  Picture after = decode_picture(slurp(path("out.tif")), kMaxSide);
   ASSERT_TRUE(before.meta.tiff.exif && after.meta.tiff.exif);
   ASSERT_EQ(after.meta.tiff.exif->entries.size(), before.meta.tiff.exif->entries.size());
   for (std::size_t i = 0; i < before.meta.tiff.exif->entries.size(); ++i)
     EXPECT_EQ(after.meta.tiff.exif->entries[i].value, before.meta.tiff.exif->entries[i].value);
   EXPECT_EQ(after.meta.tiff.iptc, before.meta.tiff.iptc);
   EXPECT_EQ(after.meta.xmp, before.meta.xmp);
+  EXPECT_EQ(after.meta.tiff.texts, before.meta.tiff.texts);
+  EXPECT_EQ(after.meta.tiff.x_resolution, before.meta.tiff.x_resolution);
+  for (const Format via : {Format::Jpeg, Format::Png}) {
+    Picture there = decode_picture(encode_picture(after, via, {90, ""}), kMaxSide);
+    const Picture back = decode_picture(encode_picture(there, Format::Tiff, {90, ""}), kMaxSide);
+    ASSERT_TRUE(back.meta.tiff.exif);
+    EXPECT_EQ(back.meta.tiff.exif->entries.size(), before.meta.tiff.exif->entries.size());
+    EXPECT_EQ(back.meta.xmp, before.meta.xmp);
+    EXPECT_EQ(back.meta.icc, before.meta.icc);
+  }
+  // The library still finds the shooting values in the copied directory.
+  EXPECT_NE(run_tool("analyse " + path("out.tif")).output.find("NIKON CORPORATION NIKON D1X"),
+            std::string::npos);
 }
 
 const std::string kPhotos =
@@ -344,6 +371,11 @@ TEST_F(Tool, DecisionMistakesExitWithTwoNamingThePlaceAndWriteNothing) {
        "pictures[1].name: a path with a NUL character"},
       {"\"base\":\"/tmp\"", "\"base\":\"tmp\"", "base: \"tmp\" is not an absolute path"},
       {"\"version\":1", "\"version\":2", "version: 2 is not a version this tool reads"},
+      {"zkimgset-decisions", "other", "type: \"other\" is not \"zkimgset-decisions\""},
+      {"\"exif\":true", "\"exif\":1", "settings.exif: expected true or false, found a number"},
+      {"\"format\":\"png\"", "\"format\":\"PNG\"", "\"PNG\" is not jpeg, png or tiff"},
+      {"\"level\":110", "\"level\":1e400", "not valid JSON at byte"},
+      {"\"output\":null", "\"output\":7", "expected a string or null, found a number"},
       // The JSON reader's refusals, with the place.
       {"\"base\"", "\"base\" \"base\"",
        "decisions.json: not valid JSON at byte 50 (line 2): expected ':'"},
@@ -461,6 +493,11 @@ TEST_F(Tool, SecondRunWritesWhatTheDecisionsAsk) {
     EXPECT_NE(run.output.find("Corrected 3 of 4 pictures"), std::string::npos) << run.output;
     EXPECT_NE(run.output.find("1 skipped: 1 rejected in review"), std::string::npos) << run.output;
   }
+  run = run_tool("autosetup --decisions " + path("decisions.json") + " --out-dir " +
+                 path("final3") + " --json --report " + path("final3/review.html"));
+  for (const char* json : {"\"decision\":\"adjust\",\"adjustments\":{\"level\":110,\"contrast\":5,",
+                           "\"review\":{\"mean_level\":[", "\"type\":\"run\""})
+    EXPECT_NE(run.output.find(json), std::string::npos) << json << "\n" << run.output;
 }
 
 }  // namespace
