@@ -78,8 +78,13 @@ TEST(ReportOutline, TracesCellBordersAndMergesRuns) {
 }
 
 TEST(ReportCard, CarriesWhatThePageSortsAndShows) {
-  const std::string html = render_picture_card(sample_picture());
+  PictureReport p = sample_picture();
+  p.files.before_link = "../in/holiday.jpg", p.files.after_link = "holiday.jpg";
+  const std::string html = render_picture_card(p);
   EXPECT_EQ(count(html, "<img src=\"data:image/jpeg;base64,"), 2);
+  EXPECT_NE(html.find("<a href=\"../in/holiday.jpg\">Original file</a>"), std::string::npos);
+  p.summary.outcome = Outcome::Failed, p.summary.reason = "bad <header>";
+  EXPECT_NE(render_picture_card(p).find("<li>failed: bad &lt;header&gt;</li>"), std::string::npos);
   for (const char* attribute : {"data-priority=\"1055.0\"", "data-shift=\"50.0\"",
                                 "data-cast=\"5.0\"", "data-warn=\"clip\""})
     EXPECT_NE(html.find(attribute), std::string::npos) << attribute;
@@ -125,6 +130,8 @@ TEST(PictureSummary, SaysWhatTheRecordDoesAndSurvivesPacking) {
   } cases[] = {
       {[](AutoSetupParam&, Adjustments&) {}, Outcome::Unchanged,
        "unchanged: the analysis found nothing to do (stage 0x40 only)"},
+      {[](AutoSetupParam& r, Adjustments&) { r.cb_ofs = 3, r.cr_ofs = 2; }, Outcome::Corrected,
+       "magenta cast removed (Cb +3, Cr +2)"},
       {[](AutoSetupParam& r, Adjustments&) { r.tone[kMidGrey] = 141; }, Outcome::Corrected,
        "brightened: mid-grey 118 -> 141"},
       {[](AutoSetupParam& r, Adjustments&) { r.tone[kMidGrey] = 119; }, Outcome::Corrected,
@@ -145,12 +152,20 @@ TEST(PictureSummary, SaysWhatTheRecordDoesAndSurvivesPacking) {
     Adjustments adjustments;
     c.change(record, adjustments);
     PictureSummary s, back;
+    s.input = "in \"night\"\t.jpg";  // escaped in JSON, kept by packing
     summarise_correction(s, record, {{"setup_mode", 0x40}}, adjustments);
     EXPECT_EQ(s.outcome, c.outcome) << c.text;
     EXPECT_EQ(summary_text(s), c.text);
     ASSERT_TRUE(unpack_summary(pack_summary(s), back));
     EXPECT_EQ(summary_json(back), summary_json(s));
+    EXPECT_NE(summary_json(s).find(R"("in \"night\"\u0009.jpg")"), std::string::npos);
   }
+  AutoSetupParam record{};
+  for (int i = 0; i < 256; ++i) record.tone[i] = static_cast<std::uint8_t>(i);
+  std::fill_n(record.sat_coef, 100, kNeutralSaturation);
+  PictureSummary s;
+  summarise_correction(s, record, {{"setup_mode", 0xDF}}, {});
+  EXPECT_EQ(summary_text(s), "unchanged: the analysis found nothing to do (stages 0x5F)");
 }
 
 TEST(PictureReview, ClippedMeansEveryChannelAtAnEnd) {

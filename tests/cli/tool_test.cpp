@@ -260,6 +260,14 @@ TEST(ToolUsage, MistakesExitWithTwoAndSayWhyHelpSucceeds) {
       {"autosetup a.jpg -o b.jpg --mode 0xZZ", 2, "not a hexadecimal number"},
       {"autosetup a.jpg -o b.jpg --contrast=31", 2, "--contrast: 31 is outside -30..30"},
       {"autosetup a.jpg -o b.jpg --saturation", 2, "--saturation needs a value"},
+      {"autosetup a.jpg -o b.jpg --bogus", 2, "unknown option --bogus"},
+      {"autosetup a.jpg -o b.jpg --", 2, "nothing after --"},
+      {"autosetup -o b.jpg -- -a.jpg", 1, "-a.jpg: unreadable"},
+      {"autosetup a.jpg -o b.png --format jpeg", 2, "--format jpeg does not match the name b.png"},
+      {"autosetup - --out-dir d", 2, "a picture from standard input needs -o OUT"},
+      {"autosetup x/a.jpg y/a.jpg --out-dir o", 2, "two pictures would be written to o/a.jpg"},
+      {"convert --op bogus a.jpg -o b.jpg", 2, "unknown conversion 'bogus'"},
+      {"convert --op den2ta a.jpg -o b.jpg --format gif", 2, "'gif' is not jpeg, png or tiff"},
       {"convert --op den2ta --shift 1,2 a.jpg -o b.jpg", 2, "three numbers"},
       {"--version", 0, "zkimgset " ZKIMGSET_CLI_VERSION " (library "},
       {"autosetup --help", 0, "Usage: zkimgset autosetup"},
@@ -386,12 +394,14 @@ TEST_F(Tool, DecisionMistakesExitWithTwoNamingThePlaceAndWriteNothing) {
       {"\"version\":1", "\"version\":1,\"version\":1", "the key \"version\" appears twice"},
       {"\"name\":\"b.jpg\"", "\"name\":\"b\xC0\xAF.jpg\"", "not UTF-8"},
       {"\"name\":\"b.jpg\"", "\"name\":\"\\ud800.jpg\"", "a lone surrogate"},
+      {kDecisionsText, "[]", "decisions.json: expected a JSON object, found an array"},
   };
   const struct {
     const char* options;  // after --decisions FILE
     const char* expected;
   } in_options[] = {
       {"", "--decisions needs --out-dir DIR"},
+      {"--out-dir DIR a.jpg", "no input pictures go with it"},
       {"--out-dir DIR -o x.jpg", "-o does not go with it"},
       {"--out-dir DIR --level 100",
        "--decisions takes the reviewed run's settings from FILE; --level does not go"},
