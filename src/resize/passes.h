@@ -25,6 +25,7 @@
 
 #include "platform/kernel_choice.h"
 #include "resize/divider.h"
+#include "resize/tap_runs.h"
 #include "resize/vector_passes.h"
 
 namespace zkimgset::resize {
@@ -150,7 +151,8 @@ class HorizontalRows {
         add_(add),
         divide_(divisor),
         width_(width),
-        vector_(vector_taps(cut, make_walker, add, divisor, width, divide_)) {}
+        vector_(vector_taps(cut, make_walker, add, divisor, width, divide_)),
+        runs_(vector_.after, vector_.taps.outputs, width, cut.limit) {}
 
   void make(int y, std::uint8_t* q) const {
     const std::uint8_t* src = cut_.row(y);
@@ -165,6 +167,11 @@ class HorizontalRows {
     }
     for (; o < width_; ++o, q += 3) {
       Int sum[3] = {add_, add_, add_};
+      if (!runs_.empty()) {
+        runs_.add(src, o, sum);
+        for (int c = 0; c < 3; ++c) q[c] = divide_.level(sum[c]);
+        continue;
+      }
       walker.next([&](Int index, Int weight) {
         const std::uint8_t* p = src + 3 * std::clamp<Int>(index, 0, cut_.limit);
         sum[0] += p[0] * weight;
@@ -182,6 +189,7 @@ class HorizontalRows {
   Divider divide_;
   int width_;
   VectorTaps<decltype(std::declval<MakeWalker>()())> vector_;
+  TapRuns runs_;  // of the outputs after the vector kernel's
 };
 
 // The intermediate rows (height of them, the cut's), made on demand into a
