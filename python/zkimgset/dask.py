@@ -118,11 +118,13 @@ def run_jobs(client, jobs, settings, progress=False):
     index = {f.key: i for i, f in enumerate(futures)}
     if progress and futures:
         _progress_bar(client, futures)
-    for future in as_completed(futures):
+    # The results come with the futures as each is done: one fetch each
+    # inside Dask's loop, not a blocking call per picture from this thread.
+    for future, result in as_completed(futures, with_results=True, raise_errors=False):
         i = index[future.key]
-        try:
-            result = future.result()
-        except Exception as error:  # the task's worker died, or Dask gave up on it
+        if future.status != "finished":  # the task's worker died, or Dask gave up on it
+            # An error comes as (type, error, traceback), a cancelled task as its error.
+            error = result[1] if isinstance(result, tuple) else result
             remove_leftovers(jobs[i].output)
             result = _zkimgset.failed(jobs[i].input, _reason(error))
         future.release()
