@@ -120,7 +120,10 @@ def run_jobs(client, jobs, settings, progress=False):
         _progress_bar(client, futures)
     # The results come with the futures as each is done: one fetch each
     # inside Dask's loop, not a blocking call per picture from this thread.
-    for future, result in as_completed(futures, with_results=True, raise_errors=False):
+    # The loop is the client's own: by default it would be the newest
+    # client's, and a caller with two clients would wait forever.
+    done = as_completed(futures, loop=client.loop, with_results=True, raise_errors=False)
+    for future, result in done:
         i = index[future.key]
         if future.status != "finished":  # the task's worker died, or Dask gave up on it
             # An error comes as (type, error, traceback), a cancelled task as its error.
