@@ -184,12 +184,17 @@ std::string encode_png_picture(const Picture& picture, const Metadata& meta) {
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     // A profile from another format; a PNG's own comes as its raw chunk.
     // libpng refuses a few profiles that cameras ship ("known incorrect
-    // sRGB profile") by an error unless such errors are made warnings.
+    // sRGB profile") by an error unless such errors are made warnings, up
+    // to the chunk's writing; one it then still leaves out is not lost
+    // without a word.
     png_set_benign_errors(png, 1);
-    if (!raw_profile && !meta.icc.empty())
+    if (!raw_profile && !meta.icc.empty()) {
       png_set_iCCP(png, info, "ICC profile", 0, reinterpret_cast<png_const_bytep>(meta.icc.data()),
                    static_cast<png_uint_32>(meta.icc.size()));
+      if (!png_get_valid(png, info, PNG_INFO_iCCP)) png_error(png, "libpng refuses its ICC profile");
+    }
     png_write_info(png, info);
+    png_set_benign_errors(png, 0);
     auto write_raw = [&](const std::string& chunk) {
       png_write_chunk(png, reinterpret_cast<png_const_bytep>(chunk.data()),
                       reinterpret_cast<png_const_bytep>(chunk.data() + 4), chunk.size() - 4);

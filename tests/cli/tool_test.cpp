@@ -314,6 +314,12 @@ TEST_F(Tool, CorrectsAndKeepsMetadataByteForByte) {
   }
   EXPECT_EQ(decode_picture(slurp(path("in.jpg")), kMaxSide).meta.jpeg_segments.size(), 5u);
   EXPECT_EQ(slurp(path("out/in.jpg")).substr(2, 2), "\xFF\xE1");
+  // Its made-up profile cannot go into a PNG: the picture fails, it is not dropped.
+  const ToolRun as_png = run_tool("autosetup " + path("in.jpg") + " -o " + path("in-as.png"));
+  EXPECT_EQ(as_png.status, 1);
+  EXPECT_NE(as_png.output.find("cannot encode PNG: libpng refuses its ICC profile"),
+            std::string::npos)
+      << as_png.output;
 
   // A camera TIFF with Exif, IPTC and XMP.
   const std::string tiff = std::string(ZKIMGSET_TEST_DATA_DIR) + "/exif/real/ev_Reagan.tiff";
