@@ -167,17 +167,15 @@ class HorizontalRows {
     }
     for (; o < width_; ++o, q += 3) {
       Int sum[3] = {add_, add_, add_};
-      if (!runs_.empty()) {
+      if (!runs_.empty())
         runs_.add(src, o, sum);
-        for (int c = 0; c < 3; ++c) q[c] = divide_.level(sum[c]);
-        continue;
-      }
-      walker.next([&](Int index, Int weight) {
-        const std::uint8_t* p = src + 3 * std::clamp<Int>(index, 0, cut_.limit);
-        sum[0] += p[0] * weight;
-        sum[1] += p[1] * weight;
-        sum[2] += p[2] * weight;
-      });
+      else
+        walker.next([&](Int index, Int weight) {
+          const std::uint8_t* p = src + 3 * std::clamp<Int>(index, 0, cut_.limit);
+          sum[0] += p[0] * weight;
+          sum[1] += p[1] * weight;
+          sum[2] += p[2] * weight;
+        });
       for (int c = 0; c < 3; ++c) q[c] = divide_.level(sum[c]);
     }
   }
