@@ -43,6 +43,18 @@ def test_batch_on_two_workers_is_the_tools(batch, client, tmp_path):
         shutil.rmtree(batch.folder / "out", ignore_errors=True)
 
 
+def test_results_whose_events_are_lost_come_from_the_tasks(batch, client, monkeypatch):
+    monkeypatch.setattr(zkdask, "_take_result", lambda event: None)
+    out = batch.folder / "out"
+    jobs, _ = zkdask.plan_folder_run([batch.inputs], out)
+    try:
+        results = dict(zkdask.run_jobs(client, jobs[:4], zkimgset.settings()))
+        lines = lines_of([results[i] for i in range(4)], batch.folder)
+        assert len(lines) == 4 and lines == {f: batch.tool_lines[f] for f in lines}
+    finally:
+        shutil.rmtree(out, ignore_errors=True)
+
+
 def test_a_worker_killed_mid_run_leaves_nothing_torn(batch, client):
     out = batch.folder / "out"
     jobs, _ = zkdask.plan_folder_run([batch.inputs], out)

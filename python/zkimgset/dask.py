@@ -12,6 +12,12 @@ machine (one a core, one thread each) and closed afterwards. With one, the
 work runs on its cluster: every worker needs this package installed, and
 the same paths must name the same files there (a shared file system).
 
+Each task also sends its result to the client at once, as an event on the
+topic "zkimgset-results" that travels with the task's completion: fetching
+every result from its worker would cost two more round trips a picture, as
+much as the rest of the task's handling. Finished tasks are released in
+groups for the same reason.
+
 A picture that fails is reported with its reason and not tried again. A
 task whose worker dies under it (killed, out of memory, a crash) is run
 again on another worker, which first removes the temporary file the dead
@@ -20,11 +26,14 @@ die twice fails with its reason (``distributed.scheduler.allowed-failures``
 is 1; an existing cluster keeps its scheduler's setting, 3 by default).
 """
 
+import collections
 import contextlib
 import logging
 import os
+import pickle
 import re
 import sys
+import threading
 import uuid
 
 import zkimgset
@@ -35,6 +44,29 @@ __all__ = ["autosetup", "run_jobs"]
 # How often a task may be on a worker that dies before it fails, on the
 # cluster started here: once is bad luck, twice is the picture.
 ALLOWED_FAILURES = 1
+
+# Settings of the cluster started here: the event loops' health check 25
+# times a second and the workers' sampling profiler (which feeds only the
+# dashboard's profile pages) took a tenth of a batch's time on two cores.
+LOCAL_CLUSTER_CONFIG = {
+    "distributed.scheduler.allowed-failures": ALLOWED_FAILURES,
+    "distributed.admin.tick.interval": "500ms",
+    "distributed.worker.profile.enabled": False,
+}
+
+RESULTS_TOPIC = "zkimgset-results"
+
+# Finished tasks are released this many at a time. Until then their worker
+# holds their results, and the scheduler would run them again if that worker
+# died; such a run writes the same bytes, and is waited for before the run
+# ends.
+RELEASE_GROUP = 32
+
+# The runs in flight in this process: run name -> {task key: pickled
+# FileResult sent by the task}; and how many runs are in flight on each client.
+_mailboxes = {}
+_listening = collections.Counter()
+_listening_lock = threading.Lock()
 
 
 def _leftover_pattern(output):
@@ -59,16 +91,56 @@ def remove_leftovers(output):
 
 
 def _correct(job, settings):
-    """One Dask task: one picture, in a worker process."""
+    """One Dask task: one picture, in a worker process. Its result is sent to
+    the client as an event too, ahead of the task's completion."""
+    from distributed import get_worker
+
     remove_leftovers(job.output)
-    return _zkimgset.correct(job, settings)
+    result = _zkimgset.correct(job, settings)
+    worker = get_worker()
+    worker.log_event(RESULTS_TOPIC, (worker.get_current_task(), pickle.dumps(result)))
+    return result
 
 
-def _reason(error):
+def _take_result(event):
+    """The client's handler of the results topic, on its event loop: keeps a
+    result for its run if the run is this process's."""
+    key, packed = event[1]
+    mailbox = _mailboxes.get(key.rpartition("-")[0])
+    if mailbox is not None:
+        mailbox[key] = packed
+
+
+def _reason(future):
+    """Why a task that did not finish gave no result."""
+    if future.status != "error":  # cancelled: the scheduler or the client went away
+        return "the task was %s" % future.status
+    error = future.exception()
     name = type(error).__name__
     if name == "KilledWorker":
         return "its worker died while correcting it, on every try (%s)" % name
     return "the task failed: %s: %s" % (name, error)
+
+
+def _result_of(future, packed, job):
+    """The FileResult of a task that is done: the one it sent, or (should its
+    event have been lost) its value."""
+    if future.status == "finished":
+        return pickle.loads(packed) if packed is not None else future.result()
+    remove_leftovers(job.output)
+    return _zkimgset.failed(job.input, _reason(future))
+
+
+def _release(futures):
+    """Releases the done futures and returns the others: those the scheduler
+    is running again after a worker holding their result died."""
+    running = []
+    for future in futures:
+        if future.done():
+            future.release()
+        else:
+            running.append(future)
+    return running
 
 
 @contextlib.contextmanager
@@ -86,7 +158,7 @@ def cluster_client(client=None, scheduler=None, workers=None):
         with Client(scheduler) as c:
             yield c
         return
-    with dask.config.set({"distributed.scheduler.allowed-failures": ALLOWED_FAILURES}):
+    with dask.config.set(LOCAL_CLUSTER_CONFIG):
         # The scheduler's web server always listens: on a free loopback port.
         cluster = LocalCluster(n_workers=workers or os.cpu_count() or 1, threads_per_worker=1,
                                processes=True, host="127.0.0.1",
@@ -109,29 +181,39 @@ def run_jobs(client, jobs, settings, progress=False):
     progress bar is drawn on standard error first."""
     from distributed import as_completed
 
-    run = uuid.uuid4().hex[:12]
-    futures = [
-        client.submit(_correct, job, settings, key="zkimgset-%s-%d" % (run, i), pure=False,
-                      retries=0)
-        for i, job in enumerate(jobs)
-    ]
-    index = {f.key: i for i, f in enumerate(futures)}
-    if progress and futures:
-        _progress_bar(client, futures)
-    # The results come with the futures as each is done: one fetch each
-    # inside Dask's loop, not a blocking call per picture from this thread.
-    # The loop is the client's own: by default it would be the newest
-    # client's, and a caller with two clients would wait forever.
-    done = as_completed(futures, loop=client.loop, with_results=True, raise_errors=False)
-    for future, result in done:
-        i = index[future.key]
-        if future.status != "finished":  # the task's worker died, or Dask gave up on it
-            # An error comes as (type, error, traceback), a cancelled task as its error.
-            error = result[1] if isinstance(result, tuple) else result
-            remove_leftovers(jobs[i].output)
-            result = _zkimgset.failed(jobs[i].input, _reason(error))
-        future.release()
-        yield i, result
+    run = "zkimgset-" + uuid.uuid4().hex[:12]
+    keys = ["%s-%d" % (run, i) for i in range(len(jobs))]
+    index = {key: i for i, key in enumerate(keys)}
+    mailbox = _mailboxes[run] = {}
+    with _listening_lock:
+        _listening[client.id] += 1
+        client.subscribe_topic(RESULTS_TOPIC, _take_result)
+    try:
+        # One graph for the run, sent once.
+        futures = client.map(_correct, jobs, [settings] * len(jobs), key=keys, pure=False,
+                             retries=0)
+        if progress and futures:
+            _progress_bar(client, futures)
+        # The loop is the client's own: by default it would be the newest
+        # client's, and a caller with two clients would wait forever.
+        held = []
+        for future in as_completed(futures, loop=client.loop):
+            i = index[future.key]
+            yield i, _result_of(future, mailbox.pop(future.key, None), jobs[i])
+            held.append(future)
+            if len(held) >= RELEASE_GROUP:
+                held = _release(held)
+        held = _release(held)
+        for _ in as_completed(held, loop=client.loop):
+            pass  # nothing of the run is still running when it ends
+        _release(held)
+    finally:
+        del _mailboxes[run]
+        with _listening_lock:
+            _listening[client.id] -= 1
+            if not _listening[client.id]:
+                del _listening[client.id]
+                client.unsubscribe_topic(RESULTS_TOPIC)
 
 
 def autosetup(paths, out_dir, client=None, *, recursive=False, format=None, no_clobber=False,
