@@ -15,9 +15,10 @@ fresh folder:
 
 for N = 1 and 2, RUNS times each, taking turns, after one warm-up run each.
 Printed: the median and best throughput in megapixels a second, and for
-each dask row its throughput over the tool's with as many processes:
+each dask row its throughput over the tool's with as many processes, the
+median (min-max) of the rounds' pairs:
 
-  dask 2 warm / tool 2: 0.97   (overhead 3%)
+  dask 2 warm / tool 2: 0.97 (0.92-1.01)   (overhead 3%)
 
 The goal is an overhead under 10% at 2 workers on the warm cluster; the
 cold rows show what starting a cluster for one batch costs. The outputs
@@ -25,7 +26,7 @@ of every side are checked to be the tool's bytes.
 
 Usage: bench/dask_batch.py [BUILD] [RUNS]
   BUILD  the build folder (default build-bench if it has the package, else build)
-  RUNS   timed runs of each side, default 3
+  RUNS   timed runs of each side, default 5
 """
 
 import json
@@ -66,7 +67,7 @@ def main():
         print(__doc__)
         return 0
     build = build_folder(sys.argv[1] if len(sys.argv) > 1 else "")
-    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 3
+    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 5
     tool = build / "bin" / "zkimgset"
     if not tool.exists() or not (build / "python" / "zkimgset").is_dir():
         die("no tool or Python package in %s (make build, or make bench)" % build)
@@ -153,16 +154,18 @@ def main():
 
         print()
         print("%-14s %12s %10s" % ("side", "median MP/s", "best MP/s"))
-        rate = {}
         for name, _, _ in sides:
-            rate[name] = pixels / 1e6 / statistics.median(times[name])
-            print("%-14s %12.1f %10.1f" % (name, rate[name], pixels / 1e6 / min(times[name])))
+            print("%-14s %12.1f %10.1f" % (name, pixels / 1e6 / statistics.median(times[name]),
+                                            pixels / 1e6 / min(times[name])))
         print()
         for n in (1, 2):
             for kind in ("warm", "cold"):
-                ratio = rate["dask %d %s" % (n, kind)] / rate["tool %d" % n]
-                print("dask %d %s / tool %d: %.2f   (overhead %.0f%%)"
-                      % (n, kind, n, ratio, (1 - ratio) * 100))
+                # Throughput ratio of each round's pair, taken in turn.
+                pairs = sorted(t / d for t, d in zip(times["tool %d" % n],
+                                                     times["dask %d %s" % (n, kind)]))
+                ratio = statistics.median(pairs)
+                print("dask %d %s / tool %d: %.2f (%.2f-%.2f)   (overhead %.0f%%)"
+                      % (n, kind, n, ratio, pairs[0], pairs[-1], (1 - ratio) * 100))
         print("outputs: the tool's bytes on every side")
     finally:
         shutil.rmtree(tmp, ignore_errors=True)

@@ -4,12 +4,13 @@ bytes and JSON Lines, also when a worker is killed mid-run."""
 import os
 import shutil
 import signal
+import time
 
 import pytest
 
 import zkimgset
 import zkimgset.dask as zkdask
-from conftest import BATCH_SIZE, files_of, json_lines, run_tool
+from conftest import BATCH_SIZE, PHOTOS, files_of, json_lines, run_tool
 
 pytest.importorskip("distributed")
 
@@ -53,6 +54,25 @@ def test_results_whose_events_are_lost_come_from_the_tasks(batch, client, monkey
         assert len(lines) == 4 and lines == {f: batch.tool_lines[f] for f in lines}
     finally:
         shutil.rmtree(out, ignore_errors=True)
+
+
+@pytest.mark.parametrize("start, reason", [
+    (lambda c: c.submit(int, "x", pure=False),
+     "the task failed: ValueError: invalid literal for int() with base 10: 'x'"),
+    (lambda c: c.submit(time.sleep, 30, pure=False), "the task was cancelled"),
+])
+def test_a_task_that_gives_no_result_fails_its_picture_with_the_reason(client, start, reason,
+                                                                      tmp_path):
+    from distributed import wait
+
+    future = start(client)
+    if reason.endswith("cancelled"):
+        future.cancel()
+    else:
+        wait(future)
+    job = zkdask.plan_folder_run([PHOTOS[0]], tmp_path)[0][0]
+    result = zkdask._result_of(future, None, job)
+    assert (result.input, result.status, result.reason) == (str(PHOTOS[0]), "failed", reason)
 
 
 def test_a_worker_killed_mid_run_leaves_nothing_torn(batch, client):
