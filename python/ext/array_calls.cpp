@@ -4,6 +4,7 @@
 #include <pybind11/stl.h>
 #include <zkimgset/zkimgset.h>
 
+#include <array>
 #include <cstring>
 #include <numeric>
 #include <optional>
@@ -41,17 +42,20 @@ struct Record {
 
 }  // namespace
 
-zkcli::Adjustments adjustments_of(int mode, int level, int contrast, int saturation) {
-  auto check = [](int value, const char* name, int min, int max) {
-    if (value < min || value > max)
+zkcli::Adjustments adjustments_of(int mode, int level, int contrast, int saturation, int blue_shift,
+                                  int red_shift) {
+  auto check = [](int value, const char* name, zkcli::Range range) {
+    if (value < range.min || value > range.max)
       throw py::value_error(std::string(name) + " " + std::to_string(value) + " is outside " +
-                            std::to_string(min) + ".." + std::to_string(max));
+                            std::to_string(range.min) + ".." + std::to_string(range.max));
   };
-  check(mode, "mode", 0, 255);
-  check(level, "level", 70, 130);
-  check(contrast, "contrast", -30, 30);
-  check(saturation, "saturation", -150, 150);
-  return {mode, level, contrast, saturation};
+  check(mode, "mode", zkcli::kModeRange);
+  check(level, "level", zkcli::kLevelRange);
+  check(contrast, "contrast", zkcli::kContrastRange);
+  check(saturation, "saturation", zkcli::kSaturationRange);
+  check(blue_shift, "blue_shift", zkcli::kShiftRange);
+  check(red_shift, "red_shift", zkcli::kShiftRange);
+  return {mode, level, contrast, saturation, blue_shift, red_shift};
 }
 
 // restore_library says what bringing the library back takes. When the
@@ -64,7 +68,7 @@ void store_adjustments(const zkcli::Adjustments& a) {
     std::uint8_t grey[16 * 16 * 3];
     std::memset(grey, 128, sizeof grey);
     const int status = ImageSetupExecEx(grey, 16, 16, 16 * 3, 24, 0, a.mode, a.level, a.contrast,
-                                        a.saturation, 0, 0, 0, 0, 0);
+                                        a.saturation, a.blue_shift, a.red_shift, 0, 0, 0);
     throw StatusError(status, "storing the adjustments");
   }
 }
@@ -86,10 +90,11 @@ void analyse_locked(const std::uint8_t* rgb, int width, int height, std::uint16_
 }
 
 Record analyse(const py::buffer& buffer, const std::string& order, int flash, int brightness_num,
-               int brightness_den, int mode, int level, int contrast, int saturation) {
+               int brightness_den, int mode, int level, int contrast, int saturation,
+               int blue_shift, int red_shift) {
   const PixelArray array(buffer, false);
   Record record;
-  record.adjustments = adjustments_of(mode, level, contrast, saturation);
+  record.adjustments = adjustments_of(mode, level, contrast, saturation, blue_shift, red_shift);
   const Order o = parse_order(order);
   const LibraryCall call;
   const PackedRgbSource rgb(array, o);
@@ -142,10 +147,11 @@ void apply(const py::buffer& buffer, Record& record,
 }
 
 Record autosetup(const py::buffer& buffer, const std::string& order, int flash, int brightness_num,
-                 int brightness_den, int mode, int level, int contrast, int saturation) {
+                 int brightness_den, int mode, int level, int contrast, int saturation,
+                 int blue_shift, int red_shift) {
   const PixelArray array(buffer, true);
   Record record;
-  record.adjustments = adjustments_of(mode, level, contrast, saturation);
+  record.adjustments = adjustments_of(mode, level, contrast, saturation, blue_shift, red_shift);
   const Order o = parse_order(order);
   const LibraryCall call;
   PackedRgbWork work(array, o);
@@ -386,6 +392,8 @@ void register_record(py::module_& m) {
       .def_property_readonly("level", [](const Record& r) { return r.adjustments.level; })
       .def_property_readonly("contrast", [](const Record& r) { return r.adjustments.contrast; })
       .def_property_readonly("saturation", [](const Record& r) { return r.adjustments.saturation; })
+      .def_property_readonly("blue_shift", [](const Record& r) { return r.adjustments.blue_shift; })
+      .def_property_readonly("red_shift", [](const Record& r) { return r.adjustments.red_shift; })
       .def_property_readonly("analysed", [](const Record& r) { return r.summary.analysed; })
       .def_property_readonly("figures",
                              [](const Record& r) {
@@ -425,7 +433,8 @@ void register_record(py::module_& m) {
           [](const Record& r) {
             const zkcli::Adjustments& a = r.adjustments;
             return py::make_tuple(py::bytes(record_bytes(r)),
-                                  py::make_tuple(a.mode, a.level, a.contrast, a.saturation),
+                                  py::make_tuple(a.mode, a.level, a.contrast, a.saturation,
+                                                 a.blue_shift, a.red_shift),
                                   r.figures, py::bytes(zkcli::pack_summary(r.summary)));
           },
           [](const py::tuple& t) {
@@ -433,8 +442,8 @@ void register_record(py::module_& m) {
             const std::string b = t[0].cast<std::string>();
             if (b.size() != sizeof r.param) throw py::value_error("not a pickled Record");
             std::memcpy(&r.param, b.data(), b.size());
-            const auto a = t[1].cast<std::tuple<int, int, int, int>>();
-            r.adjustments = {std::get<0>(a), std::get<1>(a), std::get<2>(a), std::get<3>(a)};
+            const auto a = t[1].cast<std::array<int, 6>>();
+            r.adjustments = {a[0], a[1], a[2], a[3], a[4], a[5]};
             r.figures = t[2].cast<zkcli::Figures>();
             if (!zkcli::unpack_summary(t[3].cast<std::string>(), r.summary))
               throw py::value_error("not a pickled Record");
@@ -456,11 +465,11 @@ void register_array_calls(py::module_& m) {
   const auto picture = py::arg("array");
   m.def("_analyse", &analyse, picture, py::arg("order"), py::arg("flash"),
         py::arg("brightness_num"), py::arg("brightness_den"), py::arg("mode"), py::arg("level"),
-        py::arg("contrast"), py::arg("saturation"));
+        py::arg("contrast"), py::arg("saturation"), py::arg("blue_shift"), py::arg("red_shift"));
   m.def("_apply", &apply, picture, py::arg("record"), py::arg("area"), py::arg("order"));
   m.def("_autosetup", &autosetup, picture, py::arg("order"), py::arg("flash"),
         py::arg("brightness_num"), py::arg("brightness_den"), py::arg("mode"), py::arg("level"),
-        py::arg("contrast"), py::arg("saturation"));
+        py::arg("contrast"), py::arg("saturation"), py::arg("blue_shift"), py::arg("red_shift"));
   m.def("_den2ta", [](const py::buffer& b, const std::string& order,
                       const std::optional<std::tuple<int, int, int>>& shift) {
     convert(b, order, "den2ta", Den2TA, Den2TAEx, shift);

@@ -11,7 +11,8 @@ namespace zkpy {
 
 // The host's adjustments, in the ranges the tool's options take; a
 // ValueError outside them.
-zkcli::Adjustments adjustments_of(int mode, int level, int contrast, int saturation);
+zkcli::Adjustments adjustments_of(int mode, int level, int contrast, int saturation, int blue_shift,
+                                  int red_shift);
 
 // Brings the library to the adjustments as the tool's workers do before each
 // picture; a StatusError when the library refuses them. Under the lock.

@@ -213,14 +213,16 @@ void register_job(py::module_& m) {
 
 void register_settings(py::module_& m) {
   py::class_<zkcli::RunSettings>(m, "Settings")
-      .def(py::init([](int mode, int level, int contrast, int saturation, bool exif, int quality,
-                       bool force, bool backup, const std::string& suffix) {
+      .def(py::init([](int mode, int level, int contrast, int saturation, int blue_shift,
+                       int red_shift, bool exif, int quality, bool force, bool backup,
+                       const std::string& suffix) {
              if (quality < 1 || quality > 100)
                throw py::value_error("quality " + std::to_string(quality) + " is outside 1..100");
              if (suffix.empty() || suffix.find('/') != std::string::npos)
                throw py::value_error("suffix '" + suffix + "' is not a file name suffix");
              zkcli::RunSettings s;
-             s.adjustments = adjustments_of(mode, level, contrast, saturation);
+             s.adjustments =
+                 adjustments_of(mode, level, contrast, saturation, blue_shift, red_shift);
              s.use_exif = exif;
              s.quality = quality;
              s.force = force;
@@ -229,20 +231,20 @@ void register_settings(py::module_& m) {
              return s;
            }),
            py::arg("mode"), py::arg("level"), py::arg("contrast"), py::arg("saturation"),
-           py::arg("exif"), py::arg("quality"), py::arg("force"), py::arg("backup"),
-           py::arg("suffix"))
+           py::arg("blue_shift"), py::arg("red_shift"), py::arg("exif"), py::arg("quality"),
+           py::arg("force"), py::arg("backup"), py::arg("suffix"))
       .def_property_readonly("text",
                              [](const zkcli::RunSettings& s) { return zkcli::settings_text(s); })
       .def(py::pickle(
           [](const zkcli::RunSettings& s) {
             const zkcli::Adjustments& a = s.adjustments;
             return py::make_tuple(a.mode, a.level, a.contrast, a.saturation, s.use_exif, s.quality,
-                                  s.force, s.backup, s.backup_suffix);
+                                  s.force, s.backup, s.backup_suffix, a.blue_shift, a.red_shift);
           },
           [](const py::tuple& t) {
             zkcli::RunSettings s;
             s.adjustments = {t[0].cast<int>(), t[1].cast<int>(), t[2].cast<int>(),
-                             t[3].cast<int>()};
+                             t[3].cast<int>(), t[9].cast<int>(), t[10].cast<int>()};
             s.use_exif = t[4].cast<bool>();
             s.quality = t[5].cast<int>();
             s.force = t[6].cast<bool>();

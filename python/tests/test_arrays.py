@@ -3,6 +3,7 @@ array's layout, and threads do not race at the library."""
 
 import concurrent.futures
 import json
+import pickle
 
 import numpy as np
 import pytest
@@ -15,18 +16,31 @@ from conftest import PHOTOS, REAL, run_tool
 PICTURES = PHOTOS + [REAL / "ev_ReaganSmallPng.png", REAL / "ian_tiff_Picoawards.tiff"]
 
 
-@pytest.mark.parametrize("path", PICTURES, ids=lambda p: p.name)
-def test_array_analysis_and_correction_are_the_tools(path, tmp_path):
-    status, out = run_tool("analyse", "--json", path, cwd=path.parent)
+SHIFTED = {"level": 110, "blue_shift": 3, "red_shift": -2}
+
+
+def _options(adjustments):
+    return [x for k, v in adjustments.items() for x in ("--" + k.replace("_", "-"), str(v))]
+
+
+@pytest.mark.parametrize("path, adjustments", [(p, {}) for p in PICTURES] + [(PHOTOS[0], SHIFTED)],
+                         ids=[p.name for p in PICTURES] + ["shifted"])
+def test_array_analysis_and_correction_are_the_tools(path, adjustments, tmp_path):
+    status, out = run_tool("analyse", "--json", path, *_options(adjustments), cwd=path.parent)
     tool = json.loads(out)
     exif = tool["exif"]
     if exif["used"]:
         values = zkimgset.read_exif(path)
         assert (values["Flash"], values["BrightnessValue"]) == (
             exif["flash"], (exif["brightness_num"], exif["brightness_den"]))
-    shot = dict(flash=exif["flash"], brightness=(exif["brightness_num"], exif["brightness_den"]))
+    shot = dict(flash=exif["flash"], brightness=(exif["brightness_num"], exif["brightness_den"]),
+                **adjustments)
     array = zkimgset.open_array(path)
     record = zkimgset.analyse(array, **shot)
+    kept = pickle.loads(pickle.dumps(record))
+    assert (kept.to_bytes(), kept.summary, kept.blue_shift, kept.red_shift) == (
+        record.to_bytes(), record.summary, adjustments.get("blue_shift", 0),
+        adjustments.get("red_shift", 0))
     assert list(record.tone) == tool["tone"] and list(record.sat_coef) == tool["sat_coef"]
     assert (record.cb_ofs, record.cr_ofs) == (tool["cb_ofs"], tool["cr_ofs"])
     assert record.figures == tool["figures"]
@@ -35,7 +49,7 @@ def test_array_analysis_and_correction_are_the_tools(path, tmp_path):
         summary["status"], summary["summary"], summary["changes"])
     assert json.loads(json.dumps(record.correction)) == summary["correction"]
 
-    run_tool("autosetup", path, "-o", tmp_path / "tool.png", cwd=tmp_path)
+    run_tool("autosetup", path, "-o", tmp_path / "tool.png", *_options(adjustments), cwd=tmp_path)
     zkimgset.autosetup(array, **shot)
     np.testing.assert_array_equal(array, zkimgset.open_array(tmp_path / "tool.png"))
 
@@ -105,6 +119,7 @@ BAD_CALLS = {
         lambda p: zkimgset.apply(p.copy(), zkimgset.Record(), (0, 0, p.shape[1] + 1, 10)),
         ValueError),
     "level out of range": (lambda p: zkimgset.analyse(p, level=131), ValueError),
+    "red shift out of range": (lambda p: zkimgset.autosetup(p, red_shift=-8), ValueError),
 }
 
 

@@ -1,6 +1,7 @@
 """Picture files: python3 -m zkimgset autosetup writes the tool's bytes and
 prints its JSON Lines and exit statuses."""
 
+import pickle
 import shutil
 
 import pytest
@@ -39,9 +40,10 @@ def both(folder, *args):
     return results
 
 
-@pytest.mark.parametrize("format", [None, "tiff"])
-def test_json_lines_and_outputs_are_the_tools(inputs, format):
-    args = ["in", "--out-dir", "out", "--json"] + (["--format", format] if format else [])
+@pytest.mark.parametrize("options", [[], ["--format", "tiff"], ["--blue-shift", "3", "--red-shift", "-2"]],
+                         ids=["as they come", "tiff", "shifted"])
+def test_json_lines_and_outputs_are_the_tools(inputs, options):
+    args = ["in", "--out-dir", "out", "--json"] + options
     (tool_status, tool_out, tool_files), (status, out, files) = both(inputs, *args)
     assert (status, json_lines(out)) == (tool_status, json_lines(tool_out))
     assert status == 1 and len(files) >= 5
@@ -52,7 +54,16 @@ def test_json_lines_and_outputs_are_the_tools(inputs, format):
     ["in", "-o", "x.jpg"],                         # one output for several inputs
     ["in/dark-party.jpg", "-o", "x.bmp"],         # a format nobody writes
     ["in", "--out-dir", "out", "--level", "200"],  # outside 70..130
-], ids=["-o with a folder", "unknown extension", "level"])
+    ["in", "--out-dir", "out", "--blue-shift", "8"],  # outside -7..7
+], ids=["-o with a folder", "unknown extension", "level", "blue shift"])
 def test_usage_mistakes_exit_2_as_the_tools_do(inputs, args):
     assert run_python("autosetup", *args, cwd=inputs)[0] == 2
     assert run_tool("autosetup", *args, cwd=inputs)[0] == 2
+
+
+def test_settings_reach_a_worker_process_whole():
+    # Dask hands them to its workers pickled.
+    settings = zkimgset.settings(level=110, blue_shift=3, red_shift=-2, exif=False)
+    assert pickle.loads(pickle.dumps(settings)).text == settings.text == (
+        "mode 0xDF, level 110, contrast 0, saturation 0, blue shift 3, red shift -2, "
+        "Exif ignored")

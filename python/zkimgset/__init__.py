@@ -78,8 +78,8 @@ Record.__doc__ = """The analysis of a picture: what the correction will do.
 ``tone`` (uint8, 256 levels), ``sat_coef`` (int16, 100 coefficients),
 ``cb_ofs`` and ``cr_ofs`` are the library's record (AutoSetupParam); the
 arrays are views of it, so changing them changes the record. ``mode``,
-``level``, ``contrast`` and ``saturation`` are the adjustments it was made
-under; ``figures`` the analysis figures (the library's dump, less those of
+``level``, ``contrast``, ``saturation``, ``blue_shift`` and ``red_shift``
+are the adjustments it was made under; ``figures`` the analysis figures (the library's dump, less those of
 stages that did not run); ``status`` ("corrected" or "unchanged"),
 ``summary``, ``changes`` and ``correction`` the command-line tool's summary
 of it ("brightened: mid-grey 118 -> 141; saturation +4%"). ``Record()`` is a
@@ -111,19 +111,20 @@ def _flash(value):
 
 
 def analyse(array, *, flash=None, brightness=None, mode=FULL_ANALYSIS, level=100, contrast=0,
-            saturation=0, order="RGB"):
+            saturation=0, blue_shift=0, red_shift=0, order="RGB"):
     """Analyses a picture and returns its Record; the array is not changed.
 
     flash is the Exif Flash value (None: unknown), brightness the Exif
     BrightnessValue as (numerator, denominator) or a number (None: none);
     ``read_exif(path)["Flash"]`` and ``["BrightnessValue"]`` give them.
-    mode (setup_mode, 0..255), level (70..130), contrast (-30..30) and
-    saturation (-150..150) are the adjustments stored before the analysis,
-    as the command-line tool's options store them.
+    mode (setup_mode, 0..255), level (70..130), contrast (-30..30),
+    saturation (-150..150) and the colour shifts blue_shift and red_shift
+    (-7..7: toward blue or yellow, toward red or cyan) are the adjustments
+    stored before the analysis, as the command-line tool's options store them.
     """
     num, den = _brightness(brightness)
     return _zkimgset._analyse(array, order, _flash(flash), num, den, mode, level, contrast,
-                              saturation)
+                              saturation, blue_shift, red_shift)
 
 
 def apply(array, record, area=None, *, order="RGB"):
@@ -140,13 +141,13 @@ def apply(array, record, area=None, *, order="RGB"):
 
 
 def autosetup(array, *, flash=None, brightness=None, mode=FULL_ANALYSIS, level=100, contrast=0,
-              saturation=0, order="RGB"):
+              saturation=0, blue_shift=0, red_shift=0, order="RGB"):
     """Analyses and corrects the array in place, as the command-line tool
     corrects a picture, and returns the Record. A picture the analysis finds
     nothing to do for (``record.status == "unchanged"``) is left as it is."""
     num, den = _brightness(brightness)
     return _zkimgset._autosetup(array, order, _flash(flash), num, den, mode, level, contrast,
-                                saturation)
+                                saturation, blue_shift, red_shift)
 
 
 def den2ta(array, shift=None, *, order="RGB"):
@@ -237,11 +238,11 @@ def library_lock():
         _zkimgset._unlock_library()
 
 
-def settings(*, mode=FULL_ANALYSIS, level=100, contrast=0, saturation=0, exif=True, quality=95,
-             force=False, backup=False, suffix="~"):
+def settings(*, mode=FULL_ANALYSIS, level=100, contrast=0, saturation=0, blue_shift=0,
+             red_shift=0, exif=True, quality=95, force=False, backup=False, suffix="~"):
     """The settings of a file run, as the tool's options give them."""
-    return _zkimgset.Settings(mode, level, contrast, saturation, exif, quality, force, backup,
-                              suffix)
+    return _zkimgset.Settings(mode, level, contrast, saturation, blue_shift, red_shift, exif,
+                              quality, force, backup, suffix)
 
 
 def autosetup_file(input, output, *, format=None, **options):

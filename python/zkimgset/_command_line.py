@@ -74,6 +74,10 @@ def _parser(command):
     p.add_argument("--level", type=int, default=100, help="brightness, 70..130 (default 100)")
     p.add_argument("--contrast", type=int, default=0, help="contrast, -30..30 (default 0)")
     p.add_argument("--saturation", type=int, default=0, help="saturation, -150..150 (default 0)")
+    p.add_argument("--blue-shift", type=int, default=0,
+                   help="colour shift toward blue (or yellow, below 0), -7..7 (default 0)")
+    p.add_argument("--red-shift", type=int, default=0,
+                   help="colour shift toward red (or cyan, below 0), -7..7 (default 0)")
     p.add_argument("--no-exif", action="store_true",
                    help="ignore the file's Exif shooting values")
     talk = p.add_mutually_exclusive_group()
@@ -109,6 +113,7 @@ def _settings(o):
     try:
         return zkimgset.settings(
             mode=o.mode, level=o.level, contrast=o.contrast, saturation=o.saturation,
+            blue_shift=o.blue_shift, red_shift=o.red_shift,
             exif=not o.no_exif, quality=o.quality, force=o.force,
             backup=getattr(o, "backup", False) or getattr(o, "suffix", None) is not None,
             suffix=getattr(o, "suffix", None) or "~")
