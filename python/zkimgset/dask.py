@@ -59,8 +59,8 @@ RESULTS_TOPIC = "zkimgset-results"
 
 # Finished tasks are released this many at a time. Until then their worker
 # holds their results, and the scheduler would run them again if that worker
-# died; such a run writes the same bytes, and is waited for before the run
-# ends.
+# died; such a run writes the same bytes, and the run waits for those the
+# client has learnt of before it ends.
 RELEASE_GROUP = 32
 
 # The runs in flight in this process: run name -> {task key: pickled
