@@ -232,41 +232,35 @@ class Wire {
   std::vector<Slot> scalars() {
     PictureSummary& s = s_;
     PictureReview& r = s.review;
-    Adjustments& a = adjustments_;
-    return {&s.input,
-            &s.output,
-            &outcome_,
-            &s.reason,
-            &s.format_in,
-            &s.format_out,
-            &s.width,
-            &s.height,
-            &s.analysed,
-            &s.mode_after,
-            &s.mid_grey_to,
-            &s.contrast_percent,
-            &s.cb,
-            &s.cr,
-            &s.saturation_percent,
-            &s.seconds,
-            &r.measured,
-            &r.mean_before,
-            &r.mean_after,
-            &r.shadows_before,
-            &r.shadows_after,
-            &r.highlights_before,
-            &r.highlights_after,
-            &s.decision,
-            &has_adjustments_,
-            &a.mode,
-            &a.level,
-            &a.contrast,
-            &a.saturation,
-            &a.blue_shift,
-            &a.red_shift,
-            &lengths_[0],
-            &lengths_[1],
-            &lengths_[2]};
+    std::vector<Slot> slots = {&s.input,
+                               &s.output,
+                               &outcome_,
+                               &s.reason,
+                               &s.format_in,
+                               &s.format_out,
+                               &s.width,
+                               &s.height,
+                               &s.analysed,
+                               &s.mode_after,
+                               &s.mid_grey_to,
+                               &s.contrast_percent,
+                               &s.cb,
+                               &s.cr,
+                               &s.saturation_percent,
+                               &s.seconds,
+                               &r.measured,
+                               &r.mean_before,
+                               &r.mean_after,
+                               &r.shadows_before,
+                               &r.shadows_after,
+                               &r.highlights_before,
+                               &r.highlights_after,
+                               &s.decision,
+                               &has_adjustments_,
+                               &adjustments_.mode};
+    for (const AdjustmentField& f : kAdjustmentFields) slots.push_back(&(adjustments_.*f.member));
+    for (int& length : lengths_) slots.push_back(&length);
+    return slots;
   }
 
   std::array<std::vector<std::string>*, 3> lists() {
@@ -279,8 +273,9 @@ class Wire {
     s_.outcome = static_cast<Outcome>(outcome_);
     s_.adjustments.reset();
     if (has_adjustments_) s_.adjustments = adjustments_;
-    for (std::size_t i = 0; i < lists().size(); ++i)
-      lists()[i]->resize(static_cast<std::size_t>(lengths_[i]));
+    const auto each = lists();
+    for (std::size_t i = 0; i < each.size(); ++i)
+      each[i]->resize(static_cast<std::size_t>(lengths_[i]));
   }
 
  private:

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <numeric>
 #include <optional>
 #include <tuple>
@@ -50,12 +51,17 @@ zkcli::Adjustments adjustments_of(int mode, int level, int contrast, int saturat
                             std::to_string(range.min) + ".." + std::to_string(range.max));
   };
   check(mode, "mode", zkcli::kModeRange);
-  check(level, "level", zkcli::kLevelRange);
-  check(contrast, "contrast", zkcli::kContrastRange);
-  check(saturation, "saturation", zkcli::kSaturationRange);
-  check(blue_shift, "blue_shift", zkcli::kShiftRange);
-  check(red_shift, "red_shift", zkcli::kShiftRange);
-  return {mode, level, contrast, saturation, blue_shift, red_shift};
+  zkcli::Adjustments adjustments;
+  adjustments.mode = mode;
+  // The others come in the order the tool lists them, named as it names them.
+  const int values[] = {level, contrast, saturation, blue_shift, red_shift};
+  static_assert(std::size(values) == std::size(zkcli::kAdjustmentFields));
+  for (std::size_t i = 0; i < std::size(values); ++i) {
+    const zkcli::AdjustmentField& f = zkcli::kAdjustmentFields[i];
+    check(values[i], f.key, f.range);
+    adjustments.*f.member = values[i];
+  }
+  return adjustments;
 }
 
 // restore_library says what bringing the library back takes. When the
@@ -369,8 +375,11 @@ std::string record_bytes(const Record& r) {
 }
 
 void register_record(py::module_& m) {
-  py::class_<Record>(m, "Record", py::buffer_protocol())
-      .def(py::init<>())
+  py::class_<Record> record(m, "Record", py::buffer_protocol());
+  for (const zkcli::AdjustmentField& f : zkcli::kAdjustmentFields)
+    record.def_property_readonly(
+        f.key, [member = f.member](const Record& r) { return r.adjustments.*member; });
+  record.def(py::init<>())
       .def_property_readonly("tone",
                              [](py::object self) {
                                auto& r = self.cast<Record&>();
@@ -389,11 +398,6 @@ void register_record(py::module_& m) {
           "cr_ofs", [](const Record& r) { return r.param.cr_ofs; },
           [](Record& r, std::int16_t v) { r.param.cr_ofs = v; })
       .def_property_readonly("mode", [](const Record& r) { return r.adjustments.mode; })
-      .def_property_readonly("level", [](const Record& r) { return r.adjustments.level; })
-      .def_property_readonly("contrast", [](const Record& r) { return r.adjustments.contrast; })
-      .def_property_readonly("saturation", [](const Record& r) { return r.adjustments.saturation; })
-      .def_property_readonly("blue_shift", [](const Record& r) { return r.adjustments.blue_shift; })
-      .def_property_readonly("red_shift", [](const Record& r) { return r.adjustments.red_shift; })
       .def_property_readonly("analysed", [](const Record& r) { return r.summary.analysed; })
       .def_property_readonly("figures",
                              [](const Record& r) {

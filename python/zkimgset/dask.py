@@ -26,7 +26,6 @@ die twice fails with its reason (``distributed.scheduler.allowed-failures``
 is 1; an existing cluster keeps its scheduler's setting, 3 by default).
 """
 
-import collections
 import contextlib
 import logging
 import os
@@ -63,11 +62,10 @@ RESULTS_TOPIC = "zkimgset-results"
 # client has learnt of before it ends.
 RELEASE_GROUP = 32
 
-# The runs in flight in this process: run name -> {task key: pickled
-# FileResult sent by the task}; and how many runs are in flight on each client.
-_mailboxes = {}
-_listening = collections.Counter()
-_listening_lock = threading.Lock()
+# The runs in flight in this process: run name -> (its client's id, {task
+# key: pickled FileResult sent by the task}).
+_runs = {}
+_runs_lock = threading.Lock()
 
 
 def _leftover_pattern(output):
@@ -107,9 +105,9 @@ def _take_result(event):
     """The client's handler of the results topic, on its event loop: keeps a
     result for its run if the run is this process's."""
     key, packed = event[1]
-    mailbox = _mailboxes.get(key.rpartition("-")[0])
-    if mailbox is not None:
-        mailbox[key] = packed
+    run = _runs.get(key.rpartition("-")[0])
+    if run is not None:
+        run[1][key] = packed
 
 
 def _reason(future):
@@ -185,9 +183,9 @@ def run_jobs(client, jobs, settings, progress=False):
     run = "zkimgset-" + uuid.uuid4().hex[:12]
     keys = ["%s-%d" % (run, i) for i in range(len(jobs))]
     index = {key: i for i, key in enumerate(keys)}
-    mailbox = _mailboxes[run] = {}
-    with _listening_lock:
-        _listening[client.id] += 1
+    mailbox = {}
+    with _runs_lock:
+        _runs[run] = (client.id, mailbox)
         client.subscribe_topic(RESULTS_TOPIC, _take_result)
     try:
         # One graph for the run, sent once.
@@ -209,11 +207,9 @@ def run_jobs(client, jobs, settings, progress=False):
             pass  # nothing of the run is still running when it ends
         _release(held)
     finally:
-        del _mailboxes[run]
-        with _listening_lock:
-            _listening[client.id] -= 1
-            if not _listening[client.id]:
-                del _listening[client.id]
+        with _runs_lock:
+            del _runs[run]
+            if all(owner != client.id for owner, _ in _runs.values()):
                 client.unsubscribe_topic(RESULTS_TOPIC)
 
 
