@@ -2,6 +2,7 @@
 bytes and JSON Lines, also when a worker is killed mid-run."""
 
 import os
+import pickle
 import shutil
 import signal
 import time
@@ -44,8 +45,17 @@ def test_batch_on_two_workers_is_the_tools(batch, client, tmp_path):
         shutil.rmtree(batch.folder / "out", ignore_errors=True)
 
 
-def test_results_whose_events_are_lost_come_from_the_tasks(batch, client, monkeypatch):
-    monkeypatch.setattr(zkdask, "_take_result", lambda event: None)
+def _forge(event):
+    # Anyone who reaches the scheduler may send such an event; a pickle
+    # unpickled whole could run anything.
+    key = event[1][0]
+    zkdask._runs[key.rpartition("-")[0]][1][key] = pickle.dumps("not a summary")
+
+
+@pytest.mark.parametrize("take", [lambda event: None, _forge], ids=["lost", "forged"])
+def test_results_whose_events_are_lost_or_forged_come_from_the_tasks(batch, client, monkeypatch,
+                                                                     take):
+    monkeypatch.setattr(zkdask, "_take_result", take)
     out = batch.folder / "out"
     jobs, _ = zkdask.plan_folder_run([batch.inputs], out)
     try:

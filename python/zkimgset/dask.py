@@ -29,7 +29,6 @@ is 1; an existing cluster keeps its scheduler's setting, 3 by default).
 import contextlib
 import logging
 import os
-import pickle
 import re
 import sys
 import threading
@@ -63,7 +62,7 @@ RESULTS_TOPIC = "zkimgset-results"
 RELEASE_GROUP = 32
 
 # The runs in flight in this process: run name -> (its client's id, {task
-# key: pickled FileResult sent by the task}).
+# key: the packed FileResult sent by the task}).
 _runs = {}
 _runs_lock = threading.Lock()
 
@@ -97,7 +96,7 @@ def _correct(job, settings):
     remove_leftovers(job.output)
     result = _zkimgset.correct(job, settings)
     worker = get_worker()
-    worker.log_event(RESULTS_TOPIC, (worker.get_current_task(), pickle.dumps(result)))
+    worker.log_event(RESULTS_TOPIC, (worker.get_current_task(), result.__getstate__()))
     return result
 
 
@@ -121,11 +120,24 @@ def _reason(future):
     return "the task failed: %s: %s" % (name, error)
 
 
+def _unpacked(packed):
+    """The FileResult a task sent, or None for bytes that are not one. Only a
+    summary can come of them: anyone who reaches the scheduler can send an
+    event, and a general unpickler would run what it says."""
+    result = _zkimgset.FileResult.__new__(_zkimgset.FileResult)
+    try:
+        result.__setstate__(packed)
+    except (TypeError, ValueError):
+        return None
+    return result
+
+
 def _result_of(future, packed, job):
     """The FileResult of a task that is done: the one it sent, or (should its
-    event have been lost) its value."""
+    event have been lost or be no summary) its value."""
     if future.status == "finished":
-        return pickle.loads(packed) if packed is not None else future.result()
+        result = _unpacked(packed) if packed is not None else None
+        return result if result is not None else future.result()
     remove_leftovers(job.output)
     return _zkimgset.failed(job.input, _reason(future))
 
