@@ -5,6 +5,7 @@
 #include <zkimgset/zkimgset.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <numeric>
@@ -216,8 +217,11 @@ py::array_t<std::uint8_t> resize(const py::buffer& buffer, int width, int height
     source_header.biPlanes = 1;
     source_header.biBitCount = 24;
     ZKImgSetBitmapInfoHeader result_header{};
-    result.resize(
-        std::max<std::uint64_t>(1, zkimgset_bitmap_bytes(plan.result_width, plan.result_height)));
+    // A result no address reaches is refused as the library refuses it.
+    const std::uint64_t result_bytes = zkimgset_bitmap_bytes(plan.result_width, plan.result_height);
+    if (result_bytes > std::uint64_t{PTRDIFF_MAX})
+      throw StatusError(ZKIMGSET_OUT_OF_MEMORY, "resize");
+    result.resize(std::max<std::uint64_t>(1, result_bytes));
     check_status(
         ResizeExec(&source_header, source.data(), &result_header, result.data(), width, height),
         "resize");

@@ -120,6 +120,8 @@ BAD_CALLS = {
         ValueError),
     "level out of range": (lambda p: zkimgset.analyse(p, level=131), ValueError),
     "red shift out of range": (lambda p: zkimgset.autosetup(p, red_shift=-8), ValueError),
+    "resize past any address": (lambda p: zkimgset.resize(p, 2**31 - 1, 2**31 - 1), MemoryError),
+    "resize past 32 bits": (lambda p: zkimgset.resize(p, 2**31, 10), ValueError),
 }
 
 

@@ -177,7 +177,11 @@ def resize(array, width, height, *, order="RGB"):
     proportions by cutting a centred strip off (nothing is letter-boxed).
     Strong reductions may give a pixel less or a row more than asked, as the
     library's plan says."""
-    return _zkimgset._resize(array, int(width), int(height), order)
+    width, height = int(width), int(height)
+    for name, value in (("width", width), ("height", height)):
+        if not -2**31 <= value < 2**31:
+            raise ValueError("%s %d is past the library's sizes (32-bit)" % (name, value))
+    return _zkimgset._resize(array, width, height, order)
 
 
 def _path(path):
